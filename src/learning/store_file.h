@@ -1,0 +1,72 @@
+// What the two learning stores share: the lenient reading of their
+// tab-separated files and the one place on disk each of them owns.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/file_system.h"
+
+namespace orvane::store {
+
+// Hash for maps keyed by std::string that are searched with string_views,
+// so that a lookup on the hot path builds no string.
+struct StringHash {
+  using is_transparent = void;
+  std::size_t operator()(std::string_view s) const noexcept { return std::hash<std::string_view>{}(s); }
+};
+
+// The non-empty lines of the text, split at every newline character a user's
+// editor may leave: LF, VT, FF, CR (CR LF included), NEL, U+2028, U+2029.
+void forEachLine(std::string_view text, const std::function<void(std::string_view)>& body);
+
+// Splits at every TAB, keeping empty fields; `fields` is reused between lines.
+void splitFields(std::string_view line, std::vector<std::string_view>& fields);
+
+// An optional sign, then one or more ASCII digits and nothing else, in range.
+std::optional<int64_t> parseInteger(std::string_view field);
+
+// True when the text could not be split back into the same fields and lines.
+bool holdsSeparator(std::string_view s);
+
+// One store's file: the date of the content the store last saw, the reload
+// check, and the atomic save that keeps an unreadable file aside first.
+class File {
+ public:
+  // keptAsideFormat is the error line written when an unreadable file is
+  // moved out of the way, with the new path as its one argument.
+  File(std::filesystem::path url, std::string_view keptAsideFormat);
+
+  const std::filesystem::path& url() const { return url_; }
+
+  // Whether the store has looked at its file yet (at a reload or a save).
+  bool looked() const { return looked_; }
+
+  struct Reload {
+    bool changed = false;             // the store must drop what it holds
+    std::optional<std::string> text;  // valid UTF-8 content to parse
+  };
+  Reload reloadIfNeeded();
+
+  // Creates the directory and replaces the file in one step; on failure the
+  // description is returned and the remembered date stays.
+  bool save(std::string_view content, std::string* error);
+
+ private:
+  bool keepUnreadableAside(std::string* error);
+
+  std::filesystem::path url_;
+  std::string_view keptAsideFormat_;
+  platform::FileDate loadedModificationDate_;
+  bool looked_ = false;
+  // The file on disk could not be read as UTF-8: the store runs empty, and
+  // its next save must not destroy what the user had.
+  bool unreadable_ = false;
+};
+
+}  // namespace orvane::store
