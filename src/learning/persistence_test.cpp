@@ -1,0 +1,237 @@
+// What both stores promise about their files: nothing the user taught is
+// lost to a crash, an unreadable file or a failed save.
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "app/log.h"
+#include "learning/learning.h"
+#include "learning/segmentation.h"
+#include "learning/store_file.h"
+#include "testing/environment.h"
+#include "text/text.h"
+
+namespace orvane {
+namespace {
+
+namespace fs = std::filesystem;
+using ::orvane::testing::readFile;
+using ::orvane::testing::writeFile;
+
+// The two stores seen through one face: item i is a learned pair or key.
+struct StoreKind {
+  std::string name;
+  std::string fileName;
+  void (*recordItem)(int i);
+  bool (*holdsItem)(int i);
+  void (*reload)();
+  void (*reset)();
+  // The item a valid line stands for, or nullopt when the line is malformed.
+  std::optional<int> (*itemOfLine)(std::string_view line);
+  std::string saveFailedPrefix;
+  std::string keptAsidePrefix;
+};
+
+std::string reading(int i) { return "よみ" + std::to_string(i); }
+
+std::optional<int> itemNumber(std::string_view field, std::string_view prefix) {
+  if (!field.starts_with(prefix)) return std::nullopt;
+  auto n = store::parseInteger(field.substr(prefix.size()));
+  if (!n) return std::nullopt;
+  return static_cast<int>(*n);
+}
+
+std::optional<int> learningItem(std::string_view line) {
+  std::vector<std::string_view> fields;
+  store::splitFields(line, fields);
+  if (fields.size() != 4 || !store::parseInteger(fields[2]) || !store::parseInteger(fields[3])) return std::nullopt;
+  auto n = itemNumber(fields[0], "よみ");
+  if (!n || fields[1] != "読" + std::to_string(*n)) return std::nullopt;
+  return n;
+}
+
+std::optional<int> segmentItem(std::string_view line) {
+  std::vector<std::string_view> fields;
+  store::splitFields(line, fields);
+  if (fields.size() != 4 || store::parseInteger(fields[1]) != 2 || !store::parseInteger(fields[2]) ||
+      !store::parseInteger(fields[3]))
+    return std::nullopt;
+  return itemNumber(fields[0], "よみ");
+}
+
+const StoreKind learningKind{
+    "Learning",
+    "learning.tsv",
+    [](int i) { Learning::record({{reading(i), "読" + std::to_string(i)}}); },
+    [](int i) { return Learning::isLearned(reading(i), "読" + std::to_string(i)); },
+    Learning::reloadIfNeeded,
+    Learning::resetForTesting,
+    learningItem,
+    "learning save failed: ",
+    "learning file not valid UTF-8, kept aside as ",
+};
+
+const StoreKind segmentationKind{
+    "Segmentation",
+    "segments.tsv",
+    [](int i) { Segmentation::record({{reading(i), 2}}); },
+    [](int i) {
+      const auto found = Segmentation::matches(text::characters(reading(i)));
+      return std::any_of(found.begin(), found.end(), [&](const auto& m) { return m.key == reading(i); });
+    },
+    Segmentation::reloadIfNeeded,
+    Segmentation::resetForTesting,
+    segmentItem,
+    "segments save failed: ",
+    "segments file not valid UTF-8, kept aside as ",
+};
+
+class PersistenceTest : public ::testing::TestWithParam<const StoreKind*> {
+ protected:
+  const StoreKind& kind() const { return *GetParam(); }
+  fs::path file() const { return env.userDirectory() / kind().fileName; }
+
+  // The items the file holds, failing the test on any line that is not whole.
+  std::vector<int> itemsInFile() const {
+    const auto content = readFile(file());
+    EXPECT_TRUE(content.empty() || content.back() == '\n') << "last line cut short";
+    std::vector<int> items;
+    store::forEachLine(content, [&](std::string_view line) {
+      const auto item = kind().itemOfLine(line);
+      EXPECT_TRUE(item.has_value()) << "malformed line: " << line;
+      if (item) items.push_back(*item);
+    });
+    return items;
+  }
+
+  std::vector<Log::CaptureSink::Line> errors() const {
+    std::vector<Log::CaptureSink::Line> out;
+    for (const auto& line : capture->lines)
+      if (line.level == Log::Level::error) out.push_back(line);
+    return out;
+  }
+
+  ::orvane::testing::Environment env{1000};
+  Log::ScopedCapture capture;
+};
+
+TEST_P(PersistenceTest, AWriterKilledAtAnyMomentLeavesAWholeFile) {
+  std::mt19937 random(std::random_device{}());
+  std::uniform_int_distribution<int> delayMicroseconds(0, 30000);
+  for (int round = 0; round < 6; ++round) {
+    SCOPED_TRACE("round " + std::to_string(round));
+    fs::remove(file());
+    kind().reset();
+    int ready[2];
+    ASSERT_EQ(::pipe(ready), 0);
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+      ::close(ready[0]);
+      for (int i = 0;; ++i) {
+        kind().recordItem(i);
+        if (i == 0) {
+          // The parent times its kill from the first complete save on.
+          [[maybe_unused]] auto written = ::write(ready[1], "x", 1);
+          ::close(ready[1]);
+        }
+      }
+    }
+    ::close(ready[1]);
+    char byte;
+    ASSERT_EQ(::read(ready[0], &byte, 1), 1);
+    ::close(ready[0]);
+    ::usleep(static_cast<useconds_t>(delayMicroseconds(random)));
+    ::kill(child, SIGKILL);
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
+
+    // Every save wrote items 0 ... k; any other set means a torn file.
+    auto items = itemsInFile();
+    ASSERT_FALSE(items.empty());
+    std::sort(items.begin(), items.end());
+    for (std::size_t i = 0; i < items.size(); ++i) ASSERT_EQ(items[i], static_cast<int>(i));
+
+    kind().reload();
+    EXPECT_TRUE(kind().holdsItem(static_cast<int>(items.size()) - 1));
+  }
+}
+
+TEST_P(PersistenceTest, AnUnreadableFileIsKeptAsideBeforeTheNextSave) {
+  const std::string unreadable("\xFF\xFE\x00garbage\t\xC3\n", 13);
+  writeFile(file(), unreadable);
+  const fs::path taken = file().string() + ".unreadable-1000";
+  writeFile(taken, "someone else's");
+  kind().reload();
+  EXPECT_TRUE(capture->lines.empty());
+
+  kind().recordItem(1);
+  const fs::path aside = taken.string() + "-1";
+  EXPECT_EQ(readFile(taken), "someone else's");
+  EXPECT_EQ(readFile(aside), unreadable);
+  EXPECT_EQ(itemsInFile(), std::vector<int>{1});
+  ASSERT_EQ(errors().size(), 1u);
+  EXPECT_EQ(errors()[0].category, "imk");
+  EXPECT_EQ(errors()[0].message, kind().keptAsidePrefix + aside.string());
+
+  // Once aside, the store's own file is written over as usual.
+  kind().recordItem(2);
+  EXPECT_FALSE(fs::exists(taken.string() + "-2"));
+  EXPECT_EQ(itemsInFile(), (std::vector<int>{1, 2}));
+  EXPECT_EQ(errors().size(), 1u);
+}
+
+TEST_P(PersistenceTest, AFileRepairedBeforeTheSaveIsNotKeptAside) {
+  writeFile(file(), "\xFF\n");
+  kind().reload();
+  fs::remove(file());
+  kind().recordItem(3);
+  EXPECT_EQ(itemsInFile(), std::vector<int>{3});
+  EXPECT_TRUE(errors().empty());
+  for (const auto& entry : fs::directory_iterator(env.userDirectory()))
+    EXPECT_EQ(entry.path().filename(), kind().fileName);
+}
+
+TEST_P(PersistenceTest, AFailedSaveKeepsMemoryAndTheNextSaveWritesEverything) {
+  // A plain file where the directory should be stops every save, even as root.
+  writeFile(env.userDirectory(), "in the way");
+  kind().recordItem(1);
+  ASSERT_EQ(errors().size(), 1u);
+  EXPECT_EQ(errors()[0].category, "imk");
+  EXPECT_TRUE(errors()[0].message.starts_with(kind().saveFailedPrefix)) << errors()[0].message;
+  EXPECT_GT(errors()[0].message.size(), kind().saveFailedPrefix.size());
+  EXPECT_TRUE(kind().holdsItem(1));
+
+  // Nor does the failed save make the store forget at its next reload check.
+  kind().reload();
+  EXPECT_TRUE(kind().holdsItem(1));
+
+  fs::remove(env.userDirectory());
+  kind().recordItem(2);
+  EXPECT_EQ(itemsInFile(), (std::vector<int>{1, 2}));
+  EXPECT_EQ(errors().size(), 1u);
+}
+
+TEST_P(PersistenceTest, ADirectoryInTheFilesPlaceFailsTheSaveAndIsLeftAlone) {
+  fs::create_directories(file() / "inside");
+  kind().reload();
+  kind().recordItem(1);
+  ASSERT_EQ(errors().size(), 1u);
+  EXPECT_TRUE(errors()[0].message.starts_with(kind().saveFailedPrefix));
+  EXPECT_TRUE(fs::is_directory(file() / "inside"));
+  EXPECT_TRUE(kind().holdsItem(1));
+}
+
+INSTANTIATE_TEST_SUITE_P(BothStores, PersistenceTest, ::testing::Values(&learningKind, &segmentationKind),
+                         [](const auto& info) { return info.param->name; });
+
+}  // namespace
+}  // namespace orvane
