@@ -1,0 +1,92 @@
+#include "dictionary/dictionary_file.h"
+
+#include <unicode/normalizer2.h>
+#include <unicode/stringpiece.h>
+
+#include <chrono>
+#include <cstring>
+
+#include "app/log.h"
+#include "text/text.h"
+
+namespace orvane {
+namespace {
+
+// ICU's check answers without allocating, which keeps the common case (a
+// reading that is already NFC, as everything the composer makes is) free of
+// a normalisation per lookup.
+bool isNFC(std::string_view s) {
+  UErrorCode status = U_ZERO_ERROR;
+  const auto* nfc = icu::Normalizer2::getNFCInstance(status);
+  if (U_FAILURE(status)) return false;
+  bool result = nfc->isNormalizedUTF8(icu::StringPiece(s.data(), static_cast<int32_t>(s.size())), status);
+  return U_SUCCESS(status) && result;
+}
+
+}  // namespace
+
+DictionaryFile::Index DictionaryFile::buildIndex(std::string_view bytes) {
+  Index index;
+  const std::size_t n = bytes.size();
+  std::size_t s = 0;
+  while (s < n) {
+    const void* lf = std::memchr(bytes.data() + s, '\n', n - s);
+    std::size_t e = lf ? static_cast<std::size_t>(static_cast<const char*>(lf) - bytes.data()) : n;
+    std::size_t c = e;
+    if (c > s && bytes[c - 1] == '\r') --c;
+    if (c > s && bytes[s] != '#') {
+      std::size_t p = s;
+      while (p < c && bytes[p] != '\t' && bytes[p] != ' ') ++p;
+      if (p < c && p > s) {
+        std::string key = text::decodeLossy(bytes.substr(s, p - s));
+        if (!isNFC(key)) key = text::nfc(key);
+        index[std::move(key)].push_back({p + 1, c});
+      }
+    }
+    s = e + 1;
+  }
+  return index;
+}
+
+void DictionaryFile::reloadIfNeeded() {
+  auto date = platform::modificationDate(url_);
+  if (date == loadedModificationDate_) return;
+  loadedModificationDate_ = date;
+  if (!date) {
+    bytes_.clear();
+    index_.clear();
+    return;
+  }
+  const auto started = std::chrono::steady_clock::now();
+  const std::string path = url_.string();
+  std::string error;
+  auto content = platform::readWholeFile(url_, &error);
+  if (!content) {
+    Log::imk.error("dictionary load failed: %{public}s %{public}s", path, error);
+    return;
+  }
+  bytes_ = std::move(*content);
+  index_ = buildIndex(bytes_);
+  const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - started;
+  Log::imk.log("dictionary loaded: %ld readings in %.*fs from %{public}s", static_cast<long>(index_.size()), 2,
+               elapsed.count(), path);
+}
+
+const std::vector<DictionaryFile::ByteRange>* DictionaryFile::find(std::string_view reading) const {
+  if (index_.empty()) return nullptr;
+  if (text::isValidUTF8(reading) && isNFC(reading)) {
+    auto it = index_.find(reading);
+    return it == index_.end() ? nullptr : &it->second;
+  }
+  // Rare: a decomposed or invalid reading from outside the composer.
+  auto it = index_.find(text::nfc(text::decodeLossy(reading)));
+  return it == index_.end() ? nullptr : &it->second;
+}
+
+std::vector<std::string> DictionaryFile::lines(std::string_view reading) const {
+  std::vector<std::string> out;
+  forEachValue(reading, [&](std::string_view value) { out.push_back(text::decodeLossy(value)); });
+  return out;
+}
+
+}  // namespace orvane

@@ -1,0 +1,126 @@
+#include "dictionary/sorted_dictionary_file.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "app/log.h"
+#include "text/text.h"
+
+namespace orvane {
+namespace {
+
+// Maps path read-only; an empty file is a valid, empty mapping.
+std::shared_ptr<const SortedDictionaryFile::Mapping> mapFile(const std::filesystem::path& path,
+                                                             std::string& error) {
+  int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) {
+    error = std::strerror(errno);
+    return nullptr;
+  }
+  struct stat st;
+  if (::fstat(fd, &st) != 0) {
+    error = std::strerror(errno);
+    ::close(fd);
+    return nullptr;
+  }
+  if (!S_ISREG(st.st_mode)) {
+    // mmap would say "No such device" for a directory, which tells the user nothing.
+    error = std::strerror(S_ISDIR(st.st_mode) ? EISDIR : ENODEV);
+    ::close(fd);
+    return nullptr;
+  }
+  const auto length = static_cast<std::size_t>(st.st_size);
+  if (length == 0) {
+    ::close(fd);
+    return std::make_shared<const SortedDictionaryFile::Mapping>(nullptr, 0);
+  }
+  void* address = ::mmap(nullptr, length, PROT_READ, MAP_PRIVATE, fd, 0);
+  int mapError = errno;
+  // The mapping keeps the file's pages; the descriptor is no longer needed.
+  ::close(fd);
+  if (address == MAP_FAILED) {
+    error = std::strerror(mapError);
+    return nullptr;
+  }
+  // Lookups jump around the file; read-ahead of whole neighbourhoods would
+  // only fill memory with lines nobody asked for.
+  ::madvise(address, length, MADV_RANDOM);
+  return std::make_shared<const SortedDictionaryFile::Mapping>(address, length);
+}
+
+}  // namespace
+
+SortedDictionaryFile::Mapping::~Mapping() {
+  if (address_) ::munmap(const_cast<void*>(address_), length_);
+}
+
+void SortedDictionaryFile::reloadIfNeeded() {
+  auto date = platform::modificationDate(url_);
+  if (date == loadedModificationDate_) return;
+  loadedModificationDate_ = date;
+  if (!date) {
+    mapping_.reset();
+    return;
+  }
+  const std::string path = url_.string();
+  std::string error;
+  mapping_ = mapFile(url_, error);
+  if (mapping_) {
+    Log::imk.log("dictionary mapped: %{public}s", path);
+  } else {
+    Log::imk.error("dictionary load failed: %{public}s %{public}s", path, error);
+  }
+}
+
+std::size_t SortedDictionaryFile::lowerBound(std::string_view d, std::string_view key) {
+  const std::size_t n = d.size();
+  const std::size_t k = key.size();
+  const auto* bytes = reinterpret_cast<const unsigned char*>(d.data());
+  const auto* keyBytes = reinterpret_cast<const unsigned char*>(key.data());
+  constexpr unsigned char tab = '\t';
+  std::size_t lo = 0;
+  std::size_t hi = n;
+  while (lo < hi) {
+    const std::size_t m = lo + (hi - lo) / 2;
+    std::size_t t = m;
+    while (t >= 1 && bytes[t - 1] != '\n') --t;
+    // Compare the line at t with key + TAB; bytes past the end read as TAB.
+    bool greaterOrEqual = false;
+    for (std::size_t i = 0;; ++i) {
+      const unsigned char b = t + i < n ? bytes[t + i] : tab;
+      if (i < k) {
+        if (b != keyBytes[i]) {
+          greaterOrEqual = b > keyBytes[i];
+          break;
+        }
+        if (b == tab) {
+          greaterOrEqual = true;
+          break;
+        }
+      } else {
+        greaterOrEqual = b >= tab;
+        break;
+      }
+    }
+    if (greaterOrEqual) {
+      hi = t;
+    } else {
+      const void* lf = std::memchr(bytes + t, '\n', n - t);
+      lo = lf ? static_cast<std::size_t>(static_cast<const unsigned char*>(lf) - bytes) + 1 : n + 1;
+    }
+  }
+  return lo;
+}
+
+std::vector<std::string> SortedDictionaryFile::lines(std::string_view reading) const {
+  std::vector<std::string> out;
+  forEachValue(reading, [&](std::string_view value) { out.push_back(text::decodeLossy(value)); });
+  return out;
+}
+
+}  // namespace orvane
