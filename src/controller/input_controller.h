@@ -87,6 +87,8 @@ class InputController final : public platform::CandidatePanelDataSource {
 
  private:
   // Key handling and composing.
+  bool dispatch(const platform::KeyEvent& event, platform::Client* client);
+  bool typeCharacters(const platform::KeyEvent& event, platform::Client* client);
   void insert(std::string_view text, platform::Client* client);
   void updateMarkedText(platform::Client* client);
 
@@ -100,6 +102,7 @@ class InputController final : public platform::CandidatePanelDataSource {
   void forgetFocusedCandidate(platform::Client* client);
   std::vector<Clause> addAlphabetCandidates(std::vector<Clause> clauses, bool first) const;
   std::set<int64_t> boundaries() const;
+  void learnFromCommit();
 
   // Candidate window.
   void showCandidatesWindow();

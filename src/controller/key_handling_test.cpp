@@ -1,0 +1,256 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "controller/controller_fixture.h"
+
+namespace orvane {
+namespace {
+
+using Mode = InputController::InputMode;
+using Strings = std::vector<std::string>;
+
+class KeyHandlingTest : public ControllerFixture {};
+
+TEST_F(KeyHandlingTest, WithNothingComposedEditingKeysPassAndAreLogged) {
+  struct Case {
+    uint16_t code;
+    uint64_t flags;
+  } cases[] = {
+      {Key::returnKey, 0}, {Key::keypadEnter, 0}, {Key::tab, 0},           {Key::tab, shiftFlag},
+      {Key::space, 0},     {Key::backspace, 0},   {Key::backspace, shiftFlag}, {Key::forwardDelete, 0},
+      {Key::escape, 0},    {Key::left, 0},        {Key::right, 0},          {Key::down, 0},
+      {Key::up, 0},        {Key::left, shiftFlag},
+  };
+  for (const auto& c : cases) {
+    log->lines.clear();
+    EXPECT_FALSE(key(c.code, c.flags)) << c.code;
+    auto lines = log->messages("key");
+    ASSERT_EQ(lines.size(), 1u) << c.code;
+    EXPECT_EQ(lines[0], "keyDown: code=" + std::to_string(c.code) + " chars=" + *charactersOf(c.code) + " -> pass");
+  }
+  EXPECT_TRUE(client.calls.empty());
+  EXPECT_TRUE(controller->composer().isEmpty());
+}
+
+TEST_F(KeyHandlingTest, ShiftSpaceCommitsAndInsertsAnIdeographicSpace) {
+  EXPECT_TRUE(key(Key::space, shiftFlag));
+  type("kan");
+  EXPECT_TRUE(key(Key::space, shiftFlag));
+  EXPECT_EQ(client.committed, "\u3000かん\u3000");
+  EXPECT_TRUE(controller->composer().isEmpty());
+  EXPECT_EQ(log->messages("key").back(), "keyDown: code=49 chars=  -> consumed");
+}
+
+TEST_F(KeyHandlingTest, TypingShowsKanaWithTheCaretAfterPendingRomaji) {
+  const std::vector<std::pair<std::string, int64_t>> expected = {
+      {"k", 1}, {"か", 1}, {"かn", 2}, {"かんj", 3}, {"かんじ", 3}};
+  type("kanji");
+  ASSERT_EQ(client.markedTexts.size(), expected.size());
+  for (std::size_t i = 0; i < expected.size(); ++i) {
+    const auto& m = client.markedTexts[i];
+    EXPECT_EQ(m.text.text, expected[i].first);
+    EXPECT_EQ(m.selection, (platform::TextRange{expected[i].second, 0})) << m.text.text;
+    EXPECT_EQ(m.replacement, (platform::TextRange{platform::NSNotFound, 0}));
+    ASSERT_EQ(m.text.runs.size(), 1u);
+    EXPECT_EQ(m.text.runs[0].style, platform::MarkStyle::raw);
+    EXPECT_EQ(m.text.runs[0].length, static_cast<int64_t>(text::utf16Length(m.text.text)));
+    EXPECT_EQ(m.text.runs[0].attributes.at("style"), "2");
+  }
+  EXPECT_EQ(log->messages("client"),
+            (Strings{"setMarkedText: k", "setMarkedText: か", "setMarkedText: かn", "setMarkedText: かんj",
+                     "setMarkedText: かんじ"}));
+  EXPECT_EQ(log->messages("key").front(), "keyDown: code=0 chars=k -> consumed");
+  EXPECT_TRUE(client.insertions.empty());
+}
+
+TEST_F(KeyHandlingTest, MarkingStylesStayDistinguishable) {
+  auto raw = controller->markForStyle(platform::MarkStyle::raw, {0, 1});
+  auto converted = controller->markForStyle(platform::MarkStyle::converted, {0, 1});
+  auto selected = controller->markForStyle(platform::MarkStyle::selectedConverted, {0, 1});
+  ASSERT_TRUE(raw && converted && selected);
+  EXPECT_NE(*raw, *converted);
+  EXPECT_NE(*converted, *selected);
+  EXPECT_NE(*raw, *selected);
+}
+
+TEST_F(KeyHandlingTest, EditingKeysWhileComposing) {
+  struct Step {
+    std::string typed;        // typed first
+    uint16_t code;            // then this key
+    uint64_t flags;
+    bool consumed;
+    std::string marked;       // marked text afterwards (empty: none showing)
+    int64_t caret;
+    std::string committed;    // text inserted into the client
+  } cases[] = {
+      {"kan", Key::returnKey, 0, true, "", 0, "かん"},
+      {"ka", Key::keypadEnter, 0, true, "", 0, "か"},
+      {"ka", Key::tab, 0, false, "", 0, "か"},
+      {"kak", Key::escape, 0, true, "", 0, ""},
+      {"a", Key::backspace, 0, true, "", 0, ""},
+      {"kak", Key::backspace, 0, true, "か", 1, ""},
+      {"kat", Key::backspace, shiftFlag, true, "か", 1, ""},
+      {"aiu", Key::left, 0, true, "あいう", 2, ""},
+      {"an", Key::left, 0, true, "あん", 1, ""},
+      {"aiu", Key::right, 0, true, "あいう", 3, ""},
+      {"aiu", Key::down, 0, true, "あいう", 3, ""},
+      {"aiu", Key::up, 0, true, "あいう", 3, ""},
+      {"aiu", Key::forwardDelete, 0, true, "あいう", 3, ""},
+  };
+  for (const auto& c : cases) {
+    restart();
+    type(c.typed);
+    EXPECT_EQ(key(c.code, c.flags), c.consumed) << c.typed << " " << c.code;
+    EXPECT_EQ(client.markedString(), c.marked) << c.typed << " " << c.code;
+    EXPECT_EQ(client.caret(), c.caret) << c.typed << " " << c.code;
+    EXPECT_EQ(client.committed, c.committed) << c.typed << " " << c.code;
+  }
+}
+
+TEST_F(KeyHandlingTest, BackspaceOfTheLastCharacterSendsEmptyMarkedText) {
+  type("a");
+  client.clearRecords();
+  EXPECT_TRUE(key(Key::backspace));
+  ASSERT_EQ(client.markedTexts.size(), 1u);
+  EXPECT_EQ(client.markedTexts[0].text.text, "");
+  EXPECT_EQ(client.markedTexts[0].selection, (platform::TextRange{0, 0}));
+  EXPECT_TRUE(controller->composer().isEmpty());
+  // Now empty: the next backspace is the client's.
+  EXPECT_FALSE(key(Key::backspace));
+}
+
+TEST_F(KeyHandlingTest, KeypadKeysJoinOnlyAnExistingComposition) {
+  EXPECT_FALSE(character("1", keypadFlag));
+  EXPECT_TRUE(client.calls.empty());
+  type("ka");
+  key(Key::left);
+  EXPECT_TRUE(character("1", keypadFlag));
+  EXPECT_TRUE(character("+", keypadFlag));
+  EXPECT_EQ(client.markedString(), "1+か");
+  EXPECT_EQ(client.caret(), 2);
+  // Without the keypad flag the same digit is full-width.
+  EXPECT_TRUE(character("1"));
+  EXPECT_EQ(client.markedString(), "1+１か");
+}
+
+TEST_F(KeyHandlingTest, OnlyOnePrintableASCIICharacterComposes) {
+  const std::vector<std::optional<std::string>> passing = {
+      std::nullopt, "", "ab", "é", "\x01", " ", "\x7f", "か", "\U0001F600"};
+  for (const auto& chars : passing) {
+    platform::KeyEvent e;
+    e.keyCode = 0;
+    e.characters = chars;
+    EXPECT_FALSE(controller->handle(e, &client)) << chars.value_or("(none)");
+  }
+  // Named keys never type, whatever they carry.
+  EXPECT_FALSE(character("a", 0, Key::left));
+  EXPECT_FALSE(character("a", 0, Key::returnKey));
+  EXPECT_TRUE(client.calls.empty());
+  EXPECT_EQ(log->messages("key").front(), "keyDown: code=0 chars= -> pass");
+}
+
+TEST_F(KeyHandlingTest, AbsentAndNonKeyDownEventsAreRefusedSilently) {
+  EXPECT_FALSE(controller->handle(std::nullopt, &client));
+  platform::KeyEvent up;
+  up.type = 11;
+  up.characters = "a";
+  EXPECT_FALSE(controller->handle(up, &client));
+  EXPECT_TRUE(log->messages("key").empty());
+  EXPECT_TRUE(controller->composer().isEmpty());
+  EXPECT_EQ(controller->recognizedEvents(nullptr), 1024u);
+}
+
+TEST_F(KeyHandlingTest, ChordsCommitAndPass) {
+  const uint64_t chords[] = {platform::ModifierFlag::command, platform::ModifierFlag::control,
+                             platform::ModifierFlag::option, platform::ModifierFlag::command | shiftFlag};
+  for (auto flags : chords) {
+    client.committed.clear();
+    type("kan");
+    EXPECT_FALSE(character("c", flags));
+    EXPECT_EQ(client.committed, "かん");
+    EXPECT_TRUE(controller->composer().isEmpty());
+  }
+  EXPECT_EQ(log->messages("key").back(), "keyDown: code=0 chars=c -> pass");
+}
+
+TEST_F(KeyHandlingTest, ModeKeys) {
+  type("kak");
+  // The Kana key only sets the mode; the composition stays.
+  EXPECT_TRUE(key(Key::kana));
+  EXPECT_EQ(controller->composer().text(), "かk");
+  EXPECT_EQ(client.modes, (Strings{"com.orvane.inputmethod.OrvaneIME.Japanese"}));
+  EXPECT_TRUE(log->messages("imk").empty());  // already kana: no mode line
+
+  // Eisu commits first, so nothing composed is lost.
+  EXPECT_TRUE(key(Key::eisu));
+  EXPECT_EQ(client.committed, "かk");
+  EXPECT_EQ(InputController::inputMode(), Mode::direct);
+  EXPECT_EQ(client.modes.back(), "com.orvane.inputmethod.OrvaneIME.Roman");
+  EXPECT_EQ(log->messages("imk"), (Strings{"inputMode: com.orvane.inputmethod.OrvaneIME.Roman"}));
+
+  // In direct mode everything else passes.
+  client.clearRecords();
+  EXPECT_FALSE(character("a"));
+  EXPECT_FALSE(key(Key::space, shiftFlag));
+  EXPECT_FALSE(key(Key::returnKey));
+  EXPECT_TRUE(client.calls.empty());
+  EXPECT_TRUE(controller->composer().isEmpty());
+  EXPECT_EQ(log->messages("key").back(), "keyDown: code=36 chars=\r -> pass");
+
+  EXPECT_TRUE(key(Key::kana));
+  EXPECT_EQ(InputController::inputMode(), Mode::kana);
+  EXPECT_TRUE(character("a"));
+  EXPECT_EQ(client.markedString(), "あ");
+}
+
+TEST_F(KeyHandlingTest, ModeIsSharedByEveryController) {
+  testing::FakeClient other;
+  InputController second(&other);
+  EXPECT_TRUE(key(Key::eisu));
+  platform::KeyEvent e;
+  e.characters = "a";
+  EXPECT_FALSE(second.handle(e, &other));
+  EXPECT_EQ(InputController::inputMode("com.orvane.inputmethod.OrvaneIME.Roman"), Mode::direct);
+  EXPECT_EQ(InputController::inputMode("com.orvane.inputmethod.OrvaneIME.Japanese"), Mode::kana);
+  EXPECT_FALSE(InputController::inputMode("com.orvane.inputmethod.OrvaneIME"));
+}
+
+TEST_F(KeyHandlingTest, ClientWithoutTextInputStillChangesState) {
+  testing::FakeClient mute(std::nullopt, false);
+  auto send = [&](std::optional<std::string> chars, uint16_t code = 0) {
+    platform::KeyEvent e;
+    e.keyCode = code;
+    e.characters = std::move(chars);
+    return controller->handle(e, &mute);
+  };
+  EXPECT_TRUE(send("k"));
+  EXPECT_TRUE(send("a"));
+  EXPECT_EQ(controller->composer().kana(), "か");
+  EXPECT_TRUE(send("\r", Key::returnKey));
+  EXPECT_TRUE(controller->composer().isEmpty());
+  EXPECT_TRUE(send(std::nullopt, Key::eisu));
+  EXPECT_TRUE(mute.calls.empty());
+  EXPECT_TRUE(log->messages("client").empty());
+
+  EXPECT_TRUE(controller->handle(
+      platform::KeyEvent{platform::keyDownEventType, Key::kana, std::nullopt, std::nullopt, 0, 0, false}, nullptr));
+  EXPECT_TRUE(controller->handle(platform::KeyEvent{platform::keyDownEventType, 0, "a", "a", 0, 0, false}, nullptr));
+  EXPECT_EQ(controller->composer().kana(), "あ");
+}
+
+TEST_F(KeyHandlingTest, CommitCompositionFlushesPendingN) {
+  type("kan");
+  controller->commitComposition(&client);
+  EXPECT_EQ(client.insertions.size(), 1u);
+  EXPECT_EQ(client.committed, "かん");
+  EXPECT_EQ(client.insertions[0].replacement, (platform::TextRange{platform::NSNotFound, 0}));
+  EXPECT_EQ(log->messages("imk"), (Strings{"commitComposition"}));
+  EXPECT_EQ(log->messages("client").back(), "insertText: かん");
+  controller->commitComposition(&client);
+  EXPECT_EQ(client.insertions.size(), 1u);
+}
+
+}  // namespace
+}  // namespace orvane

@@ -1,0 +1,80 @@
+// Recording stand-ins for the client text field and the candidate panel, so
+// that tests can read back every call the controller made.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/candidate_panel.h"
+#include "platform/client.h"
+
+namespace orvane::testing {
+
+class FakeClient final : public platform::Client {
+ public:
+  struct MarkedText {
+    platform::AttributedString text;
+    platform::TextRange selection;
+    platform::TextRange replacement;
+  };
+  struct Insertion {
+    std::string text;
+    platform::TextRange replacement;
+  };
+
+  explicit FakeClient(std::optional<std::string> bundleIdentifier = std::string("com.example.editor"),
+                      bool offersTextInput = true)
+      : bundleIdentifier_(std::move(bundleIdentifier)), offersTextInput_(offersTextInput) {}
+
+  bool offersTextInput() const override { return offersTextInput_; }
+  std::optional<std::string> bundleIdentifier() const override { return bundleIdentifier_; }
+  void setMarkedText(const platform::AttributedString& text, platform::TextRange selection,
+                     platform::TextRange replacement) override;
+  void insertText(std::string_view text, platform::TextRange replacement) override;
+  void selectInputMode(std::string_view modeIdentifier) override;
+
+  // Every call in order, as "setMarkedText:<text>@<caret>", "insertText:<text>"
+  // or "selectInputMode:<mode>".
+  std::vector<std::string> calls;
+  std::vector<MarkedText> markedTexts;
+  std::vector<Insertion> insertions;
+  std::vector<std::string> modes;
+
+  // What the text field holds: everything inserted, and the marked text that
+  // is still showing (cleared by an insertion, as a real field does).
+  std::string committed;
+  std::optional<MarkedText> marked;
+
+  std::string markedString() const { return marked ? marked->text.text : std::string(); }
+  int64_t caret() const { return marked ? marked->selection.location : 0; }
+  void clearRecords();
+
+ private:
+  std::optional<std::string> bundleIdentifier_;
+  bool offersTextInput_;
+};
+
+// The list panel, with every request the controller made of it recorded.
+class RecordingCandidatePanel final : public platform::ListCandidatePanel {
+ public:
+  std::vector<bool> arrows;  // true for down
+  int updates = 0;
+  int shows = 0;
+  int hides = 0;
+  std::vector<int> hints;
+  void clearRecords();
+
+ protected:
+  void didUpdate() override { ++updates; }
+  void didShow(int hint) override {
+    ++shows;
+    hints.push_back(hint);
+  }
+  void didHide() override { ++hides; }
+  void didReceiveArrow(bool down) override { arrows.push_back(down); }
+};
+
+}  // namespace orvane::testing
