@@ -96,7 +96,8 @@ std::optional<std::string> launchDetached(const std::filesystem::path& executabl
 
 std::optional<ChildProcess> ChildProcess::start(const std::filesystem::path& executable,
                                                 const std::vector<std::string>& arguments,
-                                                const EnvironmentChanges& environment) {
+                                                const EnvironmentChanges& environment,
+                                                std::optional<std::string> programName) {
   int in[2], out[2];
   if (::pipe2(in, O_CLOEXEC) != 0) return std::nullopt;
   if (::pipe2(out, O_CLOEXEC) != 0) {
@@ -110,7 +111,7 @@ std::optional<ChildProcess> ChildProcess::start(const std::filesystem::path& exe
   posix_spawn_file_actions_adddup2(&actions, out[1], 1);
 
   std::vector<std::string> args{arguments};
-  args.insert(args.begin(), executable.string());
+  args.insert(args.begin(), programName ? *programName : executable.string());
   auto argv = pointers(args);
   auto env = mergedEnvironment(environment);
   auto envp = pointers(env);

@@ -27,9 +27,12 @@ class ChildProcess {
   // removes it.
   using EnvironmentChanges = std::map<std::string, std::optional<std::string>>;
 
+  // The arguments follow the program name, which is the executable's path
+  // unless another is given.
   static std::optional<ChildProcess> start(const std::filesystem::path& executable,
                                            const std::vector<std::string>& arguments,
-                                           const EnvironmentChanges& environment = {});
+                                           const EnvironmentChanges& environment = {},
+                                           std::optional<std::string> programName = std::nullopt);
   ChildProcess(ChildProcess&& other) noexcept;
   ChildProcess& operator=(ChildProcess&&) = delete;
   ChildProcess(const ChildProcess&) = delete;
