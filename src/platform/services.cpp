@@ -1,5 +1,7 @@
 #include "platform/services.h"
 
+#include "platform/harfbuzz_text_layout.h"
+
 namespace orvane::platform {
 namespace {
 
@@ -20,12 +22,6 @@ class NullWorkspace final : public Workspace {
 class NullAboutPanel final : public AboutPanel {
  public:
   void show(const std::optional<std::string>&) override {}
-};
-
-class NullTextLayout final : public TextLayout {
- public:
-  TextLayoutResult layout(std::string_view) override { return {}; }
-  std::optional<std::string> fontName() const override { return std::nullopt; }
 };
 
 Services& installed() {
@@ -51,7 +47,9 @@ AboutPanel& aboutPanel() {
 }
 
 TextLayout& textLayout() {
-  static NullTextLayout fallback;
+  // Every desktop front-end lays out emoji the same way, so the default is the
+  // real layout rather than a stand-in; without the font it supports nothing.
+  static HarfBuzzTextLayout fallback;
   return installed().textLayout ? *installed().textLayout : fallback;
 }
 
