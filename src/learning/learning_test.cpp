@@ -206,5 +206,22 @@ TEST_F(LearningTest, EvictionKeepsTheNewestAndRebuildsListsNewestFirst) {
   EXPECT_NE(readFile(file()).find("old\tO2\t50\t1\nold\tO3\t40\t1\nold\tO0\t1000\t1\n"), std::string::npos);
 }
 
+TEST_F(LearningTest, EvictionAmongEqualTimesDropsExactlyOne) {
+  for (const int oldest : {2, 10000}) {
+    SCOPED_TRACE(oldest);
+    std::string content;
+    for (int i = 0; i < 10000; ++i)
+      content += "r" + std::to_string(i % 4000) + "\tS" + std::to_string(i) + "\t" + (i < oldest ? "7" : "9") + "\t1\n";
+    install(content);
+    Learning::record({{"new", "N"}, {"r0", "S0"}});  // refreshing one of them saves it
+    int kept = 0;
+    for (int i = 0; i < 10000; ++i) kept += Learning::isLearned("r" + std::to_string(i % 4000), "S" + std::to_string(i));
+    EXPECT_EQ(kept, 9999);
+    EXPECT_TRUE(Learning::isLearned("r0", "S0"));
+    const auto text = readFile(file());
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 10000);
+  }
+}
+
 }  // namespace
 }  // namespace orvane

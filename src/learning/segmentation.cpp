@@ -50,16 +50,18 @@ void load(Store& s, std::string_view content) {
 
 void evictOldEntries(Store& s) {
   if (s.entries.size() <= maxEntries) return;
-  std::vector<std::pair<std::string, Entry>> flat;
-  flat.reserve(s.entries.size());
-  for (auto& [key, entry] : s.entries) flat.emplace_back(key, entry);
-  std::stable_sort(flat.begin(), flat.end(),
-                   [](const auto& a, const auto& b) { return a.second.lastUsed > b.second.lastUsed; });
-  flat.resize(maxEntries);
-  decltype(s.entries) kept;
-  kept.reserve(maxEntries);
-  for (auto& [key, entry] : flat) kept.emplace(std::move(key), entry);
-  s.entries = std::move(kept);
+  // Keeps what a stable sort by recency of the map's listing would keep,
+  // without rebuilding the map.
+  std::vector<int64_t> times;
+  times.reserve(s.entries.size());
+  for (const auto& [key, entry] : s.entries) times.push_back(entry.lastUsed);
+  auto cutoff = store::evictionCutoff(times, maxEntries);
+  for (auto it = s.entries.begin(); it != s.entries.end();) {
+    if (cutoff.keeps(it->second.lastUsed))
+      ++it;
+    else
+      it = s.entries.erase(it);
+  }
 }
 
 std::string fileText(const Store& s) {
@@ -77,11 +79,11 @@ std::string fileText(const Store& s) {
   for (const auto* item : items) {
     out += item->first;
     out += '\t';
-    out += std::to_string(item->second.offset);
+    store::appendInteger(out, item->second.offset);
     out += '\t';
-    out += std::to_string(item->second.lastUsed);
+    store::appendInteger(out, item->second.lastUsed);
     out += '\t';
-    out += std::to_string(item->second.count);
+    store::appendInteger(out, item->second.count);
     out += '\n';
   }
   return out;

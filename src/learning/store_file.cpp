@@ -1,5 +1,6 @@
 #include "learning/store_file.h"
 
+#include <algorithm>
 #include <charconv>
 #include <system_error>
 
@@ -77,6 +78,21 @@ std::optional<int64_t> parseInteger(std::string_view field) {
   const auto [end, ec] = std::from_chars(first, last, value);
   if (ec != std::errc() || end != last) return std::nullopt;
   return value;
+}
+
+void appendInteger(std::string& out, int64_t value) {
+  char buffer[24];
+  const auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, value);
+  out.append(buffer, end);
+}
+
+Cutoff evictionCutoff(std::vector<int64_t>& times, std::size_t limit) {
+  const auto last = times.begin() + static_cast<std::ptrdiff_t>(limit - 1);
+  std::nth_element(times.begin(), last, times.end(), std::greater<>());
+  Cutoff cutoff{*last, 0};
+  const auto newer = std::count_if(times.begin(), times.end(), [&](int64_t t) { return t > cutoff.lastUsed; });
+  cutoff.keptAtCutoff = limit - static_cast<std::size_t>(newer);
+  return cutoff;
 }
 
 bool holdsSeparator(std::string_view s) {

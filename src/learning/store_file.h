@@ -31,6 +31,26 @@ void splitFields(std::string_view line, std::vector<std::string_view>& fields);
 // An optional sign, then one or more ASCII digits and nothing else, in range.
 std::optional<int64_t> parseInteger(std::string_view field);
 
+void appendInteger(std::string& out, int64_t value);
+
+// Where a stable sort by recency, most recent first, cuts a list of times
+// down to a limit: every time above `lastUsed` stays, and of the times equal
+// to it the first `keptAtCutoff` in list order.
+struct Cutoff {
+  int64_t lastUsed = 0;
+  std::size_t keptAtCutoff = 0;
+
+  // Asked once per entry, in the order of the list the times came from.
+  bool keeps(int64_t time) {
+    if (time != lastUsed) return time > lastUsed;
+    if (keptAtCutoff == 0) return false;
+    --keptAtCutoff;
+    return true;
+  }
+};
+// Needs times.size() > limit > 0; reorders times.
+Cutoff evictionCutoff(std::vector<int64_t>& times, std::size_t limit);
+
 // True when the text could not be split back into the same fields and lines.
 bool holdsSeparator(std::string_view s);
 
