@@ -200,7 +200,7 @@ std::vector<std::string> wrapText(std::string_view s, int width) {
   return lines;
 }
 
-int aboutVisibleLines(int rows) { return std::max(rows - 1 - 2 - 2, 1); }
+int aboutVisibleLines(int rows) { return std::max(rows - 1 - 2, 1); }
 
 namespace {
 
