@@ -9,6 +9,7 @@
 #include "dictionary/emoji_support.h"
 #include "platform/services.h"
 #include "testing/environment.h"
+#include "text/text.h"
 
 namespace orvane {
 namespace {
@@ -200,6 +201,30 @@ TEST(KanaDictionaryTest, SymbolsSplitAtSpacesOnly) {
   EXPECT_EQ(KanaDictionary::symbols("たぶ"), Strings{"a\tb\u3000c"});
   EXPECT_TRUE(KanaDictionary::symbols("なし").empty());
   EXPECT_TRUE(KanaDictionary::emoji("なし").empty());
+}
+
+TEST(KanaDictionaryTest, ShippedDefaultDictionaryGivesAWordForEveryEntry) {
+  const auto shipped = testing::readFile(fs::path(ORVANE_SOURCE_DIR) / "data" / "dictionary.txt");
+  ASSERT_FALSE(shipped.empty());
+  Environment env(1'700'000'000, shipped);
+  KanaDictionary::preload();
+  std::size_t entries = 0;
+  for (std::size_t start = 0; start < shipped.size();) {
+    auto end = shipped.find('\n', start);
+    if (end == std::string::npos) end = shipped.size();
+    const std::string line = shipped.substr(start, end - start);
+    start = end + 1;
+    if (line.empty() || line[0] == '#') continue;
+    ++entries;
+    const auto tab = line.find('\t');
+    ASSERT_NE(tab, std::string::npos) << line;
+    const std::string reading = line.substr(0, tab);
+    // Readings as the composer spells them: hiragana and the long-vowel mark.
+    for (char32_t c : text::scalars(reading))
+      EXPECT_TRUE((c >= U'\u3041' && c <= U'\u3096') || c == U'\u30FC') << line;
+    EXPECT_FALSE(KanaDictionary::words(reading).empty()) << line;
+  }
+  EXPECT_GT(entries, 0u);
 }
 
 TEST(KanaDictionaryTest, LocationsFollowTheTestEnvironment) {
