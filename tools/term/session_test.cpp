@@ -1,0 +1,229 @@
+#include "session.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "app/log.h"
+#include "testing/environment.h"
+
+namespace orvane::term {
+namespace {
+
+// A session fed with the bytes a terminal would send, over a small
+// dictionary in which ねこ is 猫 first and 根子 second.
+class SessionTest : public ::testing::Test {
+ protected:
+  SessionTest() {
+    env.writeParts({{10, "名詞,一般,*,*,*,*,*"}});
+    env.writeConnection(20, 0);
+    env.writeWords({{"ねこ", 10, 10, 100, "猫"}, {"ねこ", 10, 10, 300, "根子"}});
+    InputController::setInputMode(InputController::InputMode::kana);
+    auto owned = std::make_unique<TerminalPanel>();
+    panel = owned.get();
+    setCandidatesWindow(std::move(owned));
+    session = std::make_unique<Session>(
+        *panel, std::make_shared<LogPane>(),
+        Session::Hooks{[this](std::string_view bytes) { written += bytes; },
+                       [this](const std::vector<std::string>& argv) {
+                         ran.push_back(argv);
+                         return 0;
+                       }});
+    session->start();
+  }
+  ~SessionTest() override {
+    session.reset();
+    setCandidatesWindow(nullptr);
+    InputController::setInputMode(InputController::InputMode::kana);
+  }
+
+  void type(std::string_view bytes) {
+    decoder.feed(bytes);
+    decoder.flush();
+    for (const auto& input : decoder.take()) session->handle(input);
+  }
+  std::string marked() const { return session->client().markedText().text; }
+  std::string text() const { return session->client().text(); }
+
+  testing::Environment env;
+  Log::ScopedCapture log;
+  TerminalPanel* panel = nullptr;
+  std::unique_ptr<Session> session;
+  KeyDecoder decoder;
+  std::string written;
+  std::vector<std::vector<std::string>> ran;
+};
+
+TEST_F(SessionTest, TypingConvertingAndCommittingThroughTerminalBytes) {
+  type("neko");
+  EXPECT_EQ(marked(), "ねこ");
+  type(" ");
+  ASSERT_TRUE(session->screen().candidates);
+  EXPECT_EQ(session->screen().candidates->rows.at(0), "猫");
+  type("\x1b[B");  // Down: the window's selection and the marked text follow
+  EXPECT_EQ(session->screen().candidates->selected, 1);
+  EXPECT_EQ(marked(), "根子");
+  type("\r");
+  EXPECT_EQ(text(), "根子");
+  EXPECT_FALSE(session->screen().candidates);
+  // The choice is learned: first the next time.
+  type("neko ");
+  EXPECT_EQ(session->screen().candidates->rows.at(0), "根子");
+  type("\x1b");  // Escape returns to the kana
+  EXPECT_EQ(marked(), "ねこ");
+  EXPECT_FALSE(session->screen().candidates);
+}
+
+TEST_F(SessionTest, KeysTheInputMethodPassesEditTheText) {
+  type("ab\r");  // あb committed by Return, which is consumed
+  EXPECT_EQ(text(), "あb");
+  type("\r \t\x7f");  // with nothing composed these reach the text area
+  EXPECT_EQ(text(), "あb\n ");
+  type(std::string(1, '\0'));  // Ctrl-Space: the ideographic space
+  EXPECT_EQ(text(), "あb\n \u3000");
+  type("\x0c" "ka");  // Ctrl-L: direct mode, keys go straight in
+  EXPECT_EQ(session->screen().mode, "英数");
+  EXPECT_EQ(text(), "あb\n \u3000ka");
+  type("\nka");  // Ctrl-J: kana again
+  EXPECT_EQ(marked(), "か");
+}
+
+TEST_F(SessionTest, ChordsCommitAndPasteDoesNotCompose) {
+  type("ka\x01");  // Ctrl-A commits what was typed; the area ignores the chord
+  EXPECT_EQ(text(), "か");
+  EXPECT_EQ(marked(), "");
+  type("ki\x1b[200~neko\x1b[201~");
+  EXPECT_EQ(text(), "かきneko");
+}
+
+TEST_F(SessionTest, EndingCommitsWhatIsBeingWritten) {
+  type("neko ");
+  type("\x04");  // Ctrl-D
+  EXPECT_TRUE(session->wantsToQuit());
+  session->finish();
+  EXPECT_EQ(text(), "猫");
+  EXPECT_FALSE(panel->isVisible());
+}
+
+TEST_F(SessionTest, MenuRunsTheControllerActions) {
+  type("ka\x0f");  // Ctrl-O
+  auto screen = session->screen();
+  ASSERT_TRUE(screen.menu);
+  EXPECT_EQ(screen.menu->items,
+            (std::vector<std::string>{"ユーザ辞書を編集...", "Orvane IME のログを見る方法をコピー", "Orvane IME について"}));
+  // Keys while the menu is open never reach the input method.
+  type("\x1b[Bx");
+  EXPECT_EQ(marked(), "か");
+  EXPECT_EQ(session->screen().menu->selected, 1);
+  type("\r");
+  EXPECT_FALSE(session->screen().menu);
+  EXPECT_EQ(written, clipboardSequence("log stream --predicate 'subsystem == \"com.orvane.inputmethod.OrvaneIME\"'"));
+  EXPECT_NE(session->screen().notice, "");
+
+  type("\x1bOQ" "3");  // F2, then the third item by its number
+  auto about = session->screen().about;
+  ASSERT_TRUE(about);
+  EXPECT_FALSE(about->lines.empty());
+  type("q");  // closes the overlay and is not typed
+  EXPECT_FALSE(session->screen().about);
+  EXPECT_EQ(marked(), "か");
+
+  type("\x1bOQ\x1b");  // Escape closes the menu, composition untouched
+  EXPECT_FALSE(session->screen().menu);
+  EXPECT_EQ(marked(), "か");
+}
+
+TEST_F(SessionTest, DictionaryEditorFallsBackToTheUsersEditor) {
+  unsetenv("VISUAL");
+  setenv("EDITOR", "vi", 1);
+  type("\x0f" "1");
+  ASSERT_EQ(ran.size(), 1u);
+  EXPECT_EQ(ran[0].at(0), "/bin/sh");
+  EXPECT_EQ(ran[0].back(), (env.userDirectory() / "dictionary.txt").string());
+
+  unsetenv("EDITOR");
+  type("\x0f" "1");
+  EXPECT_EQ(ran.size(), 1u);
+  auto errors = log->messages("imk");
+  bool failed = false;
+  for (const auto& m : errors) failed |= m.rfind("dictionary editor launch failed: ", 0) == 0;
+  EXPECT_TRUE(failed);
+}
+
+TEST(TerminalClientTest, PassedKeysActLikeAPlainTextArea) {
+  namespace Flag = platform::ModifierFlag;
+  struct Case {
+    std::string name;
+    std::string before;
+    std::string bytes;
+    std::string after;
+  };
+  const std::vector<Case> cases = {
+      {"backspace removes a whole emoji", "a😀", "\x7f", "a"},
+      {"backspace removes a letter with its accent", "xe\u0301", "\x7f", "x"},
+      {"backspace on nothing", "", "\x7f", ""},
+      {"return", "a", "\r", "a\n"},
+      {"keypad enter", "a", "\x1bOM", "a\n"},
+      {"keypad digit", "", "\x1bOq", "1"},
+      {"shift tab adds nothing", "a", "\x1b[Z", "a"},
+      {"arrows, escape and function keys add nothing", "a", "\x1b[D\x1b[3~\x1bOP", "a"},
+      {"alt and ctrl chords add nothing", "a", "\x1bx\x01", "a"},
+      {"non-ASCII characters go in", "", "é漢", "é漢"},
+  };
+  for (const auto& c : cases) {
+    TerminalClient client;
+    client.paste(c.before);
+    KeyDecoder decoder;
+    decoder.feed(c.bytes);
+    decoder.flush();
+    for (const auto& input : decoder.take()) client.typeKey(input.event);
+    EXPECT_EQ(client.text(), c.after) << c.name;
+  }
+}
+
+TEST(TerminalServicesTest, Base64AndTheClipboardSequence) {
+  EXPECT_EQ(base64(""), "");
+  EXPECT_EQ(base64("f"), "Zg==");
+  EXPECT_EQ(base64("fo"), "Zm8=");
+  EXPECT_EQ(base64("foo"), "Zm9v");
+  EXPECT_EQ(base64("foobar"), "Zm9vYmFy");
+  EXPECT_EQ(base64("\xff\xfe"), "//4=");
+  EXPECT_EQ(base64("あ"), "44GC");
+  EXPECT_EQ(clipboardSequence("hi"), "\x1b]52;c;aGk=\x07");
+}
+
+TEST(TerminalServicesTest, FindsTheProgramInsideABundle) {
+  testing::TempDir dir;
+  auto app = dir / "Editor.app";
+  auto program = app / "Contents" / "MacOS" / "Editor";
+  testing::writeFile(program, "#!/bin/sh\n");
+  EXPECT_FALSE(TerminalWorkspace::executableIn(app));  // not executable yet
+  std::filesystem::permissions(program, std::filesystem::perms::owner_exec, std::filesystem::perm_options::add);
+  EXPECT_EQ(TerminalWorkspace::executableIn(app), program);
+  EXPECT_EQ(TerminalWorkspace::executableIn(program), program);
+  EXPECT_FALSE(TerminalWorkspace::executableIn(dir / "Missing.app"));
+}
+
+TEST(FrontEndCommandTest, KeysTheFrontEndKeeps) {
+  struct Case {
+    std::string bytes;
+    Command command;
+  };
+  const std::vector<Case> cases = {
+      {"\x04", Command::quit},     {"\x0f", Command::menu},   {"\x1bOQ", Command::menu},
+      {"\x1b[12~", Command::menu}, {"\x1bOR", Command::toggleLog}, {"\x1bOP", Command::keys},
+      {"d", Command::none},        {"\x1b" "d", Command::none},    {"\x01", Command::none},
+  };
+  for (const auto& c : cases) {
+    KeyDecoder decoder;
+    decoder.feed(c.bytes);
+    decoder.flush();
+    auto inputs = decoder.take();
+    ASSERT_EQ(inputs.size(), 1u) << c.bytes;
+    EXPECT_EQ(frontEndCommand(inputs[0].event), c.command) << c.bytes;
+  }
+}
+
+}  // namespace
+}  // namespace orvane::term
