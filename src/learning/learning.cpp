@@ -43,6 +43,9 @@ Store& store() {
 }
 
 const List* listFor(const Store& s, std::string_view reading) {
+  // The lattice asks for every word; a store with nothing learned answers
+  // without normalising anything.
+  if (s.entries.empty()) return nullptr;
   const auto it = s.entries.find(text::nfc(reading));
   return it == s.entries.end() ? nullptr : &it->second;
 }

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -67,16 +69,6 @@ TEST_F(LearningTest, SurfacesOfOneCallShareTheirTimeAndKeepTheirOrder) {
   EXPECT_EQ(Learning::surfaces("き"), (Strings{"木", "気"}));
   EXPECT_EQ(readFile(file()), "き\t木\t1000\t2\nき\t気\t1000\t1\n");
   EXPECT_EQ(messages(), (Strings{"learn: き -> 木", "learn: き -> 気", "learn: き -> 木"}));
-}
-
-TEST_F(LearningTest, QueriesAnswerOnlyForWhatWasLearned) {
-  Learning::record({{"はし", "橋"}});
-  EXPECT_TRUE(Learning::isLearned("はし", "橋"));
-  EXPECT_FALSE(Learning::isLearned("はし", "箸"));
-  EXPECT_FALSE(Learning::isLearned("はしら", "橋"));
-  EXPECT_TRUE(Learning::hasEntries("はし"));
-  EXPECT_FALSE(Learning::hasEntries("は"));
-  EXPECT_TRUE(Learning::surfaces("は").empty());
 }
 
 TEST_F(LearningTest, ReadingsAndSurfacesMatchUnderCanonicalEquivalence) {
