@@ -283,6 +283,7 @@ void drawMenu(Grid& grid, const MenuView& menu, int areaRows) {
     grid.fill(row, left + 1, width - 2, style);
     grid.put(row, left + 3, items[i], style);
   }
+  grid.put(top + height - 1, left + 2, " Enter / Esc ", Style::frame);
 }
 
 void drawAbout(Grid& grid, const TextView& about, int areaRows) {
@@ -293,6 +294,7 @@ void drawAbout(Grid& grid, const TextView& about, int areaRows) {
   int visibleLines = height - 2;
   int last = std::max(static_cast<int>(about.lines.size()) - visibleLines, 0);
   int scroll = std::clamp(about.scroll, 0, last);
+  grid.put(height - 1, 2, last > 0 ? " ↑↓ PgUp PgDn · Esc " : " Esc ", Style::frame);
   for (int r = 0; r < visibleLines; ++r) {
     grid.fill(1 + r, 1, width - 2, Style::overlay);
     auto index = static_cast<std::size_t>(scroll + r);
@@ -355,10 +357,11 @@ Frame compose(const ScreenState& state, int rows, int cols) {
   int statusRow = rows - 1;
   grid.fill(statusRow, 0, cols, Style::status);
   int col = grid.put(statusRow, 0, " " + state.mode + " ", Style::statusMode);
-  col = grid.put(statusRow, col, " " + state.help, Style::status);
-  if (!state.notice.empty()) {
-    int width = displayWidth(state.notice) + 2;
-    grid.put(statusRow, std::max(cols - width, col), " " + state.notice + " ", Style::notice);
+  // A notice stands in for the help until it fades: it is what just happened.
+  if (state.notice.empty()) {
+    grid.put(statusRow, col, " " + state.help, Style::status);
+  } else {
+    grid.put(statusRow, col + 1, " " + state.notice + " ", Style::notice);
   }
 
   if (state.menu) {
