@@ -1,0 +1,38 @@
+#!/usr/bin/env bash
+# Builds the dictionary data directory inside the bundle when it is missing
+# or older than the builder or any of its sources. Installs nothing: the
+# source packages come from scripts/install-deps.sh --data.
+#   scripts/build-data.sh BUILD_DIR [orvane-mkdict options...]
+set -euo pipefail
+build=${1:?usage: scripts/build-data.sh BUILD_DIR [orvane-mkdict options...]}
+shift
+mkdict="$build/bin/orvane-mkdict"
+out="$build/Orvane IME.app/Contents/Resources/Mozc"
+
+if [ ! -x "$mkdict" ]; then
+  echo "error: $mkdict is missing; build the target orvane-mkdict first" >&2
+  exit 1
+fi
+
+# What the data is made from: a change to any of these rebuilds it.
+sources=("$mkdict"
+  /usr/share/mecab/dic/ipadic
+  /usr/share/unicode/cldr/common/annotations/ja.xml
+  /usr/share/unicode/cldr/common/annotationsDerived/ja.xml
+  /usr/share/skk/SKK-JISYO.L)
+existing=()
+for s in "${sources[@]}"; do
+  [ -e "$s" ] && existing+=("$s")
+done
+
+# The directory only ever appears complete, so one of its files dates it.
+stamp="$out/mozc.tsv"
+if [ $# -eq 0 ] && [ -f "$stamp" ] && [ -f "$out/connection.bin" ] && [ -f "$out/id.def" ]; then
+  if [ -z "$(find "${existing[@]}" -newer "$stamp" -print -quit)" ]; then
+    echo "== Dictionary data is up to date in $out"
+    exit 0
+  fi
+fi
+
+echo "== Building the dictionary data in $out"
+"$mkdict" --output "$out" "$@"

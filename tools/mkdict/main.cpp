@@ -1,0 +1,244 @@
+// orvane-mkdict: builds the input method's dictionary data directory from
+// Debian's dictionary packages (and, optionally, a Mozc source tree).
+#include <signal.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <iostream>
+
+#include "mkdict.h"
+
+using namespace orvane::mkdict;
+
+namespace {
+
+constexpr const char* defaultIPADIC = "/usr/share/mecab/dic/ipadic";
+constexpr const char* defaultCLDR = "/usr/share/unicode/cldr";
+
+const char* const usage = R"(Usage: orvane-mkdict --output DIR [options]
+
+Builds the dictionary data directory of Orvane IME:
+  mozc.tsv        word list: reading TAB left id TAB right id TAB cost TAB surface,
+                  sorted by the bytes of whole lines (checked after writing)
+  connection.bin  connection costs: N (uint32), then N*N int16, little-endian,
+                  row = right id of the earlier word, column = left id of the later
+  id.def          "id name" for every context id a word uses
+  emoji.tsv       reading TAB emoji separated by spaces
+  symbol.tsv      reading TAB symbols separated by spaces
+  CREDITS.txt     names, versions and licences of the sources used
+
+Sources (each optional; at least one must give words):
+  --ipadic DIR    IPADIC in EUC-JP (default )" "/usr/share/mecab/dic/ipadic" R"(,
+                  Debian package mecab-ipadic): *.csv words, left-id.def and
+                  right-id.def (must be identical), matrix.def costs.
+  --no-ipadic     do not read IPADIC.
+  --cldr DIR      CLDR (default )" "/usr/share/unicode/cldr" R"(, package
+                  unicode-cldr-core): common/annotations/ja.xml and
+                  common/annotationsDerived/ja.xml give emoji and symbols.
+  --no-cldr       do not read CLDR.
+  --mozc DIR      a Mozc source tree (or a flat directory of its files):
+                  src/data/dictionary_oss/dictionary*.txt with id.def and
+                  connection_single_column.txt replace IPADIC's words and costs;
+                  src/data/emoji/emoji_data.tsv replaces CLDR's emoji and
+                  src/data/symbol/symbol.tsv CLDR's symbols.
+
+Other options:
+  -o, --output DIR  the data directory to (re)place, e.g.
+                  "build/Orvane IME.app/Contents/Resources/Mozc"
+  -q, --quiet     no progress on standard error
+  -h, --help      this text
+
+Context ids. The input method gives user words and one-kana fall-backs the
+id 1851 and runs of other characters the id 2644, and uses 0 for the start and
+end of the text. The builder renumbers the source's ids so that 0 stays the
+sentence boundary, 1851 is 名詞,一般,*,*,*,*,* and 2644 is 記号,一般,*,*,*,*,*
+(every other id keeps its number unless it had one of those two); costs move
+with their ids. The table is at least 2645 square; ids no word uses get the
+highest cost in their row and column. Costs are clamped to 16 bits.
+
+Readings. IPADIC readings (katakana) become hiragana. CLDR keywords become
+readings when they are all kana (in hiragana, "・" and spaces dropped) or when
+the word list gives the keyword, as a surface, exactly one reading.
+
+Emoji or symbol. A CLDR entry is an emoji when any of its code points has the
+Unicode property Emoji_Presentation or Extended_Pictographic, or it holds
+U+FE0F or the keycap mark U+20E3; otherwise it is a symbol. Pictographs whose
+default presentation is text (for example ©, ↔, ♠) go to both files.
+
+Robustness. A missing source names the Debian package or path it needs and
+the program exits with 1. Malformed lines are counted, reported, and skipped.
+The directory is written beside the target under a hidden name, checked, and
+swapped in only when complete (the old one is removed afterwards), so an
+interrupted build leaves the previous data in place.
+)";
+
+struct Options {
+  fs::path output;
+  std::optional<fs::path> ipadic = fs::path(defaultIPADIC);
+  std::optional<fs::path> cldr = fs::path(defaultCLDR);
+  std::optional<fs::path> mozc;
+  bool quiet = false;
+};
+
+[[noreturn]] void fail(const std::string& message) {
+  std::cerr << "orvane-mkdict: " << message << "\n";
+  std::exit(1);
+}
+
+Options parse(int argc, char** argv) {
+  Options options;
+  for (int i = 1; i < argc; ++i) {
+    const std::string arg = argv[i];
+    auto value = [&]() -> std::string {
+      if (i + 1 >= argc) fail(arg + " needs a value (see --help)");
+      return argv[++i];
+    };
+    if (arg == "-h" || arg == "--help") {
+      std::cout << usage;
+      std::exit(0);
+    } else if (arg == "-o" || arg == "--output") options.output = value();
+    else if (arg == "--ipadic") options.ipadic = fs::path(value());
+    else if (arg == "--no-ipadic") options.ipadic.reset();
+    else if (arg == "--cldr") options.cldr = fs::path(value());
+    else if (arg == "--no-cldr") options.cldr.reset();
+    else if (arg == "--mozc") options.mozc = fs::path(value());
+    else if (arg == "-q" || arg == "--quiet") options.quiet = true;
+    else fail("unknown option " + arg + " (see --help)");
+  }
+  if (options.output.empty()) fail("--output DIR is required (see --help)");
+  return options;
+}
+
+void onSignal(int signal) {
+  // Best effort: the partial directory is hidden and swept by the next run
+  // anyway, but leaving nothing behind is kinder.
+  if (const char* dir = buildingDirectory(); dir[0] != '\0') {
+    std::error_code ignored;
+    fs::remove_all(dir, ignored);
+  }
+  ::signal(signal, SIG_DFL);
+  ::raise(signal);
+}
+
+std::string versionOf(const fs::path& used, const char* defaultPath, const char* package) {
+  if (used == fs::path(defaultPath))
+    if (auto version = debianVersion(package)) return package + std::string(" ") + *version;
+  return "from " + used.string();
+}
+
+std::string humanSize(std::size_t bytes) {
+  char buffer[32];
+  if (bytes >= 1024 * 1024) std::snprintf(buffer, sizeof buffer, "%.1f MiB", bytes / 1048576.0);
+  else if (bytes >= 1024) std::snprintf(buffer, sizeof buffer, "%.1f KiB", bytes / 1024.0);
+  else std::snprintf(buffer, sizeof buffer, "%zu B", bytes);
+  return buffer;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const Options options = parse(argc, argv);
+  const auto started = std::chrono::steady_clock::now();
+  Progress progress = [&](std::string_view step) {
+    if (options.quiet) return;
+    const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+    std::fprintf(stderr, "[%5.1fs] %.*s\n", seconds, static_cast<int>(step.size()), step.data());
+  };
+  ::signal(SIGINT, onSignal);
+  ::signal(SIGTERM, onSignal);
+  ::signal(SIGHUP, onSignal);
+
+  try {
+    Diagnostics diagnostics;
+    std::vector<Credit> credits;
+    std::optional<MozcFiles> mozc;
+    if (options.mozc) mozc = locateMozc(*options.mozc);
+
+    Lexicon lexicon;
+    if (mozc && !mozc->dictionaries.empty()) {
+      lexicon = readMozcLexicon(*mozc, diagnostics, progress);
+    } else if (options.ipadic) {
+      lexicon = readIPADIC(*options.ipadic, diagnostics, progress);
+      const fs::path dir = *options.ipadic;
+      credits.push_back({"IPADIC", versionOf(dir, defaultIPADIC, "mecab-ipadic"),
+                         "words, readings, parts of speech and connection costs (mozc.tsv, id.def, "
+                         "connection.bin); readings of CLDR keywords",
+                         findLicence({dir / "COPYING", "/usr/share/doc/mecab-ipadic/copyright"}, "mecab-ipadic")});
+    } else {
+      fail("no source of words: give --mozc with dictionary files, or do not pass --no-ipadic");
+    }
+    progress("renumbering context ids");
+    renumber(lexicon);
+
+    ReadingTable emoji, symbols;
+    if (mozc && mozc->emoji) emoji = readMozcEmoji(*mozc->emoji, diagnostics);
+    if (mozc && mozc->symbols) symbols = readMozcSymbols(*mozc->symbols, diagnostics);
+    if (options.cldr && (!mozc || !mozc->emoji || !mozc->symbols)) {
+      progress("CLDR: emoji and symbol annotations");
+      const fs::path common = *options.cldr / "common";
+      auto annotations = readCLDRAnnotations(common / "annotations" / "ja.xml", diagnostics);
+      if (fs::exists(common / "annotationsDerived" / "ja.xml")) {
+        auto derived = readCLDRAnnotations(common / "annotationsDerived" / "ja.xml", diagnostics);
+        annotations.insert(annotations.end(), derived.begin(), derived.end());
+      } else {
+        progress("CLDR: no annotationsDerived/ja.xml; emoji sequences with skin tones are left out");
+      }
+      ReadingTable cldrEmoji, cldrSymbols;
+      addAnnotations(annotations, readingResolver(lexicon.words), cldrEmoji, cldrSymbols);
+      if (!mozc || !mozc->emoji) emoji = std::move(cldrEmoji);
+      if (!mozc || !mozc->symbols) symbols = std::move(cldrSymbols);
+      credits.push_back({"Unicode CLDR", versionOf(*options.cldr, defaultCLDR, "unicode-cldr-core"),
+                         "Japanese emoji and symbol annotations (emoji.tsv, symbol.tsv)",
+                         findLicence({*options.cldr / "LICENSE", *options.cldr / "unicode-license.txt",
+                                      "/usr/share/doc/unicode-cldr-core/copyright"},
+                                     "unicode-cldr-core")});
+    }
+    if (mozc) {
+      std::string use;
+      if (!mozc->dictionaries.empty()) use += "words, parts of speech and connection costs; ";
+      if (mozc->emoji) use += "emoji; ";
+      if (mozc->symbols) use += "symbols; ";
+      use.resize(use.size() - 2);
+      std::string version = "from " + options.mozc->string();
+      if (mozc->version) {
+        const std::string source = readWhole(*mozc->version);
+        auto lines = splitLines(source);
+        if (!lines.empty()) version = std::string(lines[0]);
+      }
+      if (!mozc->license) fail("no LICENSE file in the Mozc directory " + options.mozc->string());
+      credits.push_back({"Mozc", version, use, readWhole(*mozc->license)});
+    }
+
+    progress("sorting " + std::to_string(lexicon.words.size()) + " words");
+    std::map<std::string, std::string> files;
+    files["mozc.tsv"] = wordLines(lexicon.words);
+    files["connection.bin"] = connectionBytes(lexicon.grammar);
+    files["id.def"] = idDefinitions(lexicon.grammar);
+    files["emoji.tsv"] = emoji.lines();
+    files["symbol.tsv"] = symbols.lines();
+    files["CREDITS.txt"] = creditsText(credits);
+    progress("writing " + options.output.string());
+    writeDirectory(options.output, files);
+
+    const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+    if (diagnostics.count() > 0) {
+      std::fprintf(stderr, "orvane-mkdict: %zu malformed lines skipped:\n", diagnostics.count());
+      for (const auto& [file, count] : diagnostics.byFile())
+        std::fprintf(stderr, "  %s: %zu (first: %s)\n", file.c_str(), count, diagnostics.examples().at(file).c_str());
+    }
+    if (!options.quiet) {
+      std::fprintf(stderr, "orvane-mkdict: built %s in %.1f s\n", options.output.c_str(), seconds);
+      std::fprintf(stderr, "  %zu words, %d context ids, %zu emoji readings, %zu symbol readings\n",
+                   lexicon.words.size(), lexicon.grammar.size(), emoji.readingCount(), symbols.readingCount());
+      for (const auto& [name, content] : files)
+        std::fprintf(stderr, "  %-15s %10zu bytes (%s)\n", name.c_str(), content.size(), humanSize(content.size()).c_str());
+    }
+  } catch (const SourceError& error) {
+    fail(error.what());
+  } catch (const fs::filesystem_error& error) {
+    fail(error.what());
+  }
+  return 0;
+}

@@ -1,0 +1,176 @@
+// The data builder's model: the words, the grammar (part-of-speech names and
+// connection costs by context id) and the emoji and symbol lists that the
+// sources are read into, and the steps that turn them into a data directory.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orvane::mkdict {
+
+namespace fs = std::filesystem;
+
+// Context ids that the input method itself hands out, so the data must agree.
+inline constexpr int32_t sentenceBoundaryID = 0;
+inline constexpr int32_t userWordID = 1851;
+inline constexpr int32_t fallbackSymbolID = 2644;
+inline constexpr std::string_view userWordName = "名詞,一般,*,*,*,*,*";
+inline constexpr std::string_view fallbackSymbolName = "記号,一般,*,*,*,*,*";
+
+// A source that cannot be used at all; the message says what to install or pass.
+class SourceError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+struct WordEntry {
+  std::string reading;
+  int32_t leftID = 0;
+  int32_t rightID = 0;
+  int32_t cost = 0;
+  std::string surface;
+  bool operator==(const WordEntry&) const = default;
+};
+
+// Part-of-speech names and the connection matrix, indexed by context id.
+struct Grammar {
+  std::vector<std::string> names;  // empty name: an id no word uses
+  std::vector<int16_t> costs;      // names.size() squared, row = right id of the earlier word
+  int32_t size() const { return static_cast<int32_t>(names.size()); }
+  int16_t cost(int32_t from, int32_t to) const { return costs[static_cast<std::size_t>(from) * names.size() + to]; }
+};
+
+struct Lexicon {
+  Grammar grammar;
+  std::vector<WordEntry> words;
+};
+
+// Reading -> candidates in first-seen order, without repeats.
+class ReadingTable {
+ public:
+  void add(std::string_view reading, std::string_view value);
+  bool empty() const { return table_.empty(); }
+  std::size_t readingCount() const { return table_.size(); }
+  std::size_t valueCount() const;
+  const std::vector<std::string>* find(std::string_view reading) const;
+  // "reading TAB value SPACE value ..." lines in byte order of the readings.
+  std::string lines() const;
+
+ private:
+  std::map<std::string, std::vector<std::string>, std::less<>> table_;
+};
+
+// Malformed input is counted per file and reported, never fatal.
+class Diagnostics {
+ public:
+  void malformed(const std::string& file, std::string_view line);
+  std::size_t count() const;
+  const std::map<std::string, std::size_t>& byFile() const { return counts_; }
+  const std::map<std::string, std::string>& examples() const { return examples_; }
+
+ private:
+  std::map<std::string, std::size_t> counts_;
+  std::map<std::string, std::string> examples_;
+};
+
+using Progress = std::function<void(std::string_view)>;
+
+// ---- Sources -------------------------------------------------------------
+
+// The IPADIC directory (EUC-JP): *.csv, left-id.def, right-id.def, matrix.def.
+Lexicon readIPADIC(const fs::path& dir, Diagnostics& diagnostics, const Progress& progress);
+
+// The files a Mozc source tree contributes; each may be absent.
+struct MozcFiles {
+  std::vector<fs::path> dictionaries;
+  std::optional<fs::path> idDef;
+  std::optional<fs::path> connection;
+  std::optional<fs::path> emoji;
+  std::optional<fs::path> symbols;
+  std::optional<fs::path> license;
+  std::optional<fs::path> version;
+};
+MozcFiles locateMozc(const fs::path& root);
+Lexicon readMozcLexicon(const MozcFiles& files, Diagnostics& diagnostics, const Progress& progress);
+ReadingTable readMozcEmoji(const fs::path& file, Diagnostics& diagnostics);
+ReadingTable readMozcSymbols(const fs::path& file, Diagnostics& diagnostics);
+
+// One CLDR annotation: the characters and their keywords (the spoken name included).
+struct Annotation {
+  std::string characters;
+  std::vector<std::string> keywords;
+};
+std::vector<Annotation> readCLDRAnnotations(const fs::path& file, Diagnostics& diagnostics);
+// Emoji when any scalar is Emoji_Presentation or Extended_Pictographic, or the
+// string is a sequence marked by U+FE0F or the keycap U+20E3.
+bool isEmoji(std::string_view characters);
+// Text-presentation pictographs (© ↔ ♠): emoji that also belong among symbols.
+bool isTextPresentation(std::string_view characters);
+// The reading a user types for a keyword: the keyword itself when it is all
+// kana (in hiragana, "・" and spaces dropped), else its one reading in the
+// word list, else nothing.
+using ReadingOf = std::function<std::optional<std::string>(std::string_view)>;
+ReadingOf readingResolver(const std::vector<WordEntry>& words);
+void addAnnotations(const std::vector<Annotation>& annotations, const ReadingOf& readingOf,
+                    ReadingTable& emoji, ReadingTable& symbols);
+
+// ---- Grammar -------------------------------------------------------------
+
+// Moves ids so that 0 is the sentence boundary and the user-word and
+// fall-back-symbol ids land on the names the input method expects; words and
+// costs move with their ids. Throws SourceError when a name is missing.
+void renumber(Lexicon& lexicon);
+// The little-endian table: N, then N·N signed 16-bit costs.
+std::string connectionBytes(const Grammar& grammar);
+// "id name" for every used id.
+std::string idDefinitions(const Grammar& grammar);
+int16_t clampCost(int64_t cost);
+
+// ---- Output --------------------------------------------------------------
+
+// Word-list lines sorted by the bytes of whole lines, repeats removed.
+std::string wordLines(const std::vector<WordEntry>& words);
+// Whether every line is >= the one before, by bytes; the first offending
+// line number (1-based) otherwise.
+std::optional<std::size_t> firstUnsortedLine(std::string_view content);
+
+// Writes the files into a fresh directory beside `target` and swaps it in
+// only when every file is complete, so readers never see a partial set.
+void writeDirectory(const fs::path& target, const std::map<std::string, std::string>& files);
+// Removes what an interrupted build left beside `target`.
+void removeStaleBuilds(const fs::path& target);
+// The partial directory of the build under way (for a signal handler), or empty.
+const char* buildingDirectory();
+
+// One source named in CREDITS.txt.
+struct Credit {
+  std::string name;
+  std::string version;
+  std::string use;
+  std::string licence;
+};
+std::string creditsText(const std::vector<Credit>& credits);
+// The first readable licence file among the candidates; SourceError naming
+// the package otherwise.
+std::string findLicence(const std::vector<fs::path>& candidates, std::string_view package);
+
+// Version of an installed Debian package, from dpkg's status file.
+std::optional<std::string> debianVersion(std::string_view package,
+                                         const fs::path& status = "/var/lib/dpkg/status");
+
+std::string readWhole(const fs::path& file);
+std::vector<std::string_view> splitLines(std::string_view text);
+std::vector<std::string_view> split(std::string_view text, char separator);
+std::optional<int64_t> parseInt(std::string_view text);
+// The same without std::optional, for hot loops over many fields.
+bool parseInt(std::string_view text, int64_t& value);
+
+}  // namespace orvane::mkdict
