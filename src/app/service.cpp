@@ -62,7 +62,10 @@ void Service::perform(Session& session, const Operation& operation) {
                       std::is_same_v<T, Command>) {
           perform(session, op);
         } else if constexpr (std::is_same_v<T, TypeRequest>) {
-          for (const auto& key : keysForText(op.text)) perform(session, key);
+          auto keys = keysForText(op.text);
+          for (const auto& key : keys) perform(session, key);
+          // No keys, still an answer: a client waits for one per request.
+          if (keys.empty()) writer_.write(platform::Json{{"result", nullptr}});
         } else if constexpr (std::is_same_v<T, SetValueRequest>) {
           controller.setValue(op.value, op.tag, client);
           writer_.write(platform::Json{{"result", nullptr}});
