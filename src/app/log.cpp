@@ -27,12 +27,12 @@ class SystemLogSink final : public Sink {
   }
 };
 
-void appendNumber(std::string& out, const char* spec, const Argument& a) {
+void appendNumber(std::string& out, const char* pattern, const Argument& a) {
   char buf[64];
   if (const auto* i = std::get_if<long long>(&a)) {
-    std::snprintf(buf, sizeof buf, spec, *i);
+    std::snprintf(buf, sizeof buf, pattern, *i);
   } else if (const auto* u = std::get_if<unsigned long long>(&a)) {
-    std::snprintf(buf, sizeof buf, spec, *u);
+    std::snprintf(buf, sizeof buf, pattern, *u);
   } else if (const auto* d = std::get_if<double>(&a)) {
     std::snprintf(buf, sizeof buf, "%lld", static_cast<long long>(*d));
   } else {
