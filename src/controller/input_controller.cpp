@@ -430,9 +430,6 @@ std::vector<Clause> InputController::addAlphabetCandidates(std::vector<Clause> c
       bool repeat = std::any_of(alphabet.begin(), alphabet.end(), [&](const Candidate& c) { return c.text == s; });
       if (!repeat) alphabet.push_back({std::move(s), std::nullopt});
     }
-    auto isAlphabet = [&](std::string_view t) {
-      return std::any_of(alphabet.begin(), alphabet.end(), [&](const Candidate& c) { return c.text == t; });
-    };
 
     if (!first) {
       for (auto& a : alphabet)
@@ -440,6 +437,11 @@ std::vector<Clause> InputController::addAlphabetCandidates(std::vector<Clause> c
       continue;
     }
 
+    std::vector<std::string> alphabetTexts;
+    for (const auto& a : alphabet) alphabetTexts.push_back(a.text);
+    auto isAlphabet = [&](std::string_view t) {
+      return std::find(alphabetTexts.begin(), alphabetTexts.end(), t) != alphabetTexts.end();
+    };
     const auto learned = Learning::surfaces(clause.reading);
     auto isLearned = [&](std::string_view t) { return std::find(learned.begin(), learned.end(), t) != learned.end(); };
     std::vector<Candidate> ordered;

@@ -33,6 +33,7 @@ void FakeClient::clearRecords() {
 }
 
 void RecordingCandidatePanel::clearRecords() {
+  events.clear();
   arrows.clear();
   updates = shows = hides = 0;
   hints.clear();

@@ -60,6 +60,12 @@ class FakeClient final : public platform::Client {
 // The list panel, with every request the controller made of it recorded.
 class RecordingCandidatePanel final : public platform::ListCandidatePanel {
  public:
+  void interpretKeyEvents(const std::vector<platform::KeyEvent>& received) override {
+    events.insert(events.end(), received.begin(), received.end());
+    ListCandidatePanel::interpretKeyEvents(received);
+  }
+
+  std::vector<platform::KeyEvent> events;
   std::vector<bool> arrows;  // true for down
   int updates = 0;
   int shows = 0;
