@@ -291,11 +291,38 @@ std::vector<Node> bestPath(const Characters& reading, const std::set<int64_t>& b
     return it != boundaries.end() && *it < end;
   };
 
+  // The cheapest way into position i depends only on the left id of the word
+  // that follows, and many words at one position share it: each left id
+  // walks the predecessors once per position.
+  struct Arrival {
+    int64_t leftID;
+    int64_t total;
+    int64_t previous;
+  };
+  std::vector<Arrival> arrivals;
+  auto cheapestBefore = [&](std::size_t position, int64_t leftID) -> Arrival {
+    for (const auto& a : arrivals) {
+      if (a.leftID == leftID) return a;
+    }
+    Arrival best{leftID, std::numeric_limits<int64_t>::max(), none};
+    for (int64_t p = firstEnding[position]; p != none; p = nextSameEnd[static_cast<std::size_t>(p)]) {
+      const Node& before = nodes[static_cast<std::size_t>(p)];
+      int64_t total = before.total + KanaDictionary::connectionCost(before.word.rightID, leftID);
+      if (total < best.total) {  // strict: the first of equal totals stays
+        best.total = total;
+        best.previous = p;
+      }
+    }
+    arrivals.push_back(best);
+    return best;
+  };
+
   std::string key;
   std::vector<std::pair<Word, int64_t>> gathered;  // word, length
   for (int64_t i = 0; i < n; ++i) {
     const auto ui = static_cast<std::size_t>(i);
     if (i > 0 && firstEnding[ui] == none) continue;
+    arrivals.clear();
 
     gathered.clear();
     key.clear();
@@ -343,15 +370,9 @@ std::vector<Node> bestPath(const Characters& reading, const std::set<int64_t>& b
       if (i == 0) {
         total = KanaDictionary::connectionCost(startEndID, word.leftID) + c;
       } else {
-        total = std::numeric_limits<int64_t>::max();
-        for (int64_t p = firstEnding[ui]; p != none; p = nextSameEnd[static_cast<std::size_t>(p)]) {
-          const Node& before = nodes[static_cast<std::size_t>(p)];
-          int64_t candidate = before.total + KanaDictionary::connectionCost(before.word.rightID, word.leftID) + c;
-          if (candidate < total) {  // strict: the first of equal totals stays
-            total = candidate;
-            previous = p;
-          }
-        }
+        auto best = cheapestBefore(ui, word.leftID);
+        total = best.total + c;
+        previous = best.previous;
       }
 
       const auto index = static_cast<int64_t>(nodes.size());
