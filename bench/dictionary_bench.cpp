@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -15,7 +16,9 @@
 #include <optional>
 #include <string>
 
+#include "dictionary/emoji_support.h"
 #include "dictionary/kana_dictionary.h"
+#include "platform/harfbuzz_text_layout.h"
 #include "platform/bundle.h"
 #include "testing/environment.h"
 
@@ -124,6 +127,21 @@ void BM_PreloadCold(benchmark::State& state) {
 }
 BENCHMARK(BM_PreloadCold)->Unit(benchmark::kMillisecond)->Iterations(10);
 
+// Emoji answers are cached per string, so after the first pass this is the
+// cost of the look-up and the cache probes.
+void BM_EmojiForReading(benchmark::State& state) {
+  resetDictionary();
+  KanaDictionary::preload();
+  std::size_t found = 0;
+  for (auto _ : state) {
+    auto emoji = KanaDictionary::emoji("えがお");
+    found = emoji.size();
+    benchmark::DoNotOptimize(emoji);
+  }
+  state.counters["emoji"] = static_cast<double>(found);
+}
+BENCHMARK(BM_EmojiForReading);
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -150,6 +168,15 @@ int main(int argc, char** argv) {
   std::printf("reading with about ten entries: %s (%zu words)\n", s.tenEntryReading.c_str(),
               KanaDictionary::words(s.tenEntryReading).size());
   if (!KanaDictionary::words(s.absentReading).empty()) std::printf("warning: the absent reading has words\n");
+
+  // The first emoji look-up of a process pays for finding and opening the font.
+  const auto started = std::chrono::steady_clock::now();
+  platform::HarfBuzzTextLayout layout;
+  EmojiSupport::resetForTesting(&layout);
+  const bool supported = EmojiSupport::isSupported("😀");
+  const std::chrono::duration<double, std::milli> firstUse = std::chrono::steady_clock::now() - started;
+  std::printf("emoji font found and first emoji laid out in %.1f ms (supported: %s)\n", firstUse.count(),
+              supported ? "yes" : "no");
 
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();
