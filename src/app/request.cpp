@@ -148,7 +148,7 @@ std::vector<KeyRequest> keysForText(std::string_view text) {
     if (character == " ") {
       key.code = spaceKey;
       key.chars = " ";
-    } else if (character == "\n") {
+    } else if (character == "\n" || character == "\r\n") {
       key.code = returnKey;
       key.chars = "\r";
     } else if (character == "\t") {

@@ -128,6 +128,10 @@ TEST(KeysForText, SpecialCharactersBecomeTheirKeys) {
   EXPECT_EQ(keys[4], (KeyRequest{48, "\t", 0, 10}));
   // One key per user-perceived character, not per scalar.
   EXPECT_EQ(keys[5], (KeyRequest{0, "👍🏽", 0, 10}));
+  // A CRLF is one character and one Return.
+  auto crlf = keysForText("a\r\n");
+  ASSERT_EQ(crlf.size(), 2u);
+  EXPECT_EQ(crlf[1], (KeyRequest{36, "\r", 0, 10}));
   EXPECT_TRUE(keysForText("").empty());
 }
 
