@@ -1,6 +1,7 @@
 // Platform services the core calls besides the client and the panel. The
 // program or front-end installs its implementations at start; until then the
-// accessors answer with implementations that do nothing.
+// accessors answer with stand-ins that do nothing, except the text layout,
+// whose default is the real one (HarfBuzz with the colour emoji font).
 #pragma once
 
 #include <cstdint>
