@@ -34,16 +34,17 @@ std::optional<fs::path> applicationExecutable(const fs::path& application) {
 void ProtocolWorkspace::openApplication(const fs::path& path,
                                         std::function<void(std::optional<std::string>)> completion) {
   std::optional<std::string> error;
+  const std::string name = "The application \"" + path.filename().string() + "\"";
   std::error_code ec;
   if (!fs::is_directory(path, ec)) {
-    error = "The application \"" + path.filename().string() + "\" could not be found.";
+    error = name + " could not be found.";
   } else if (auto executable = applicationExecutable(path); !executable) {
-    error = "The application \"" + path.filename().string() + "\" has no executable.";
+    error = name + " has no executable.";
   } else if (::access(executable->c_str(), X_OK) != 0) {
-    error = "The application \"" + path.filename().string() + "\" cannot be run: " +
-            std::error_code(errno, std::generic_category()).message();
+    int reason = errno;
+    error = name + " cannot be run: " + std::error_code(reason, std::generic_category()).message();
   } else if (auto failure = launchDetached(*executable)) {
-    error = "The application \"" + path.filename().string() + "\" cannot be run: " + *failure;
+    error = name + " cannot be run: " + *failure;
   }
   if (!error) writer_.write(Json{{"open", path.string()}});
   if (completion) completion(error);
