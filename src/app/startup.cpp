@@ -30,7 +30,12 @@ class ScopedSink {
 }  // namespace
 
 int startAndServe(std::istream& in, std::ostream& out) {
-  platform::ProtocolWriter writer(out);
+  // The shared panel and the installed services keep referring to these
+  // until the process ends, as the platform's own objects would.
+  static platform::ProtocolWriter writer(out);
+  static platform::ProtocolPasteboard pasteboard(writer);
+  static platform::ProtocolWorkspace workspace(writer);
+  static platform::ProtocolAboutPanel aboutPanel(writer);
   ScopedSink systemLog(Log::makeSystemLogSink());
   ScopedSink protocolLog(std::make_shared<platform::ProtocolLogSink>(writer));
 
@@ -45,9 +50,6 @@ int startAndServe(std::istream& in, std::ostream& out) {
   }
   Log::imk.log("launch: connection=%{public}s", *connectionName);
 
-  platform::ProtocolPasteboard pasteboard(writer);
-  platform::ProtocolWorkspace workspace(writer);
-  platform::ProtocolAboutPanel aboutPanel(writer);
   platform::install({&pasteboard, &workspace, &aboutPanel, nullptr});
 
   Service server(writer, *connectionName);

@@ -11,8 +11,7 @@ namespace orvane::app {
 inline constexpr std::string_view connectionNameKey = "InputMethodConnectionName";
 
 // Starts the main bundle's input method and serves the given streams; the
-// exit status. Everything it installs refers to these streams, so the process
-// is expected to end when it returns.
+// exit status. Once per process: what it installs keeps writing to `out`.
 int startAndServe(std::istream& in, std::ostream& out);
 
 }  // namespace orvane::app
