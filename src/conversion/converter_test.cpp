@@ -390,5 +390,32 @@ TEST_F(ConverterTest, PrefixOnlyPathHasNoHead) {
                                           {"オ", std::nullopt}});
 }
 
+
+TEST_F(ConverterTest, FirstClauseIgnoresLearnedBoundaries) {
+  // The boundary at 2 keeps 亜伊宇絵 out of a plain conversion, but a first
+  // clause the user sized is searched without it.
+  env.writeWords({{"あいうえ", 10, 10, 100, "亜伊宇絵"}, {"あい", 10, 10, 3000, "愛"}, {"うえ", 10, 10, 3000, "上"}});
+  Segmentation::record({{"あいうえ", 2}});
+  EXPECT_EQ(clauseShape(convert("あいうえ")), (std::vector<std::pair<std::string, Range>>{{"愛", {0, 2}}, {"上", {2, 4}}}));
+  EXPECT_EQ(clauseShape(Converter::convert(text::characters("あいうえ"), 4)),
+            (std::vector<std::pair<std::string, Range>>{{"亜伊宇絵", {0, 4}}}));
+}
+
+TEST_F(ConverterTest, EqualScoresKeepTheirGatheringOrder) {
+  // Enough equal entries that an unstable sort would reorder them.
+  std::vector<WordLine> words;
+  Strings expected;
+  const char* surfaces[] = {"一", "丁", "七", "万", "丈", "三", "上", "下", "不", "与", "丑", "且",
+                            "世", "丘", "丙", "両", "並", "中", "串", "丸", "丹", "主", "乃", "久"};
+  for (const char* surface : surfaces) {
+    words.push_back({"き", 10, 10, 1000, surface});
+    expected.push_back(surface);  // UTF-8 byte order is the file's order
+  }
+  env.writeWords(words);
+  expected.push_back("き");
+  expected.push_back("キ");
+  EXPECT_EQ(convert("き").at(0).texts(), expected);
+}
+
 }  // namespace
 }  // namespace orvane
