@@ -1,7 +1,11 @@
 #include "convert_tool.h"
 
+#include <unistd.h>
+
 #include <charconv>
+#include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <istream>
 #include <memory>
 #include <ostream>
@@ -57,13 +61,13 @@ std::string_view withoutCarriageReturn(std::string_view line) {
   return line;
 }
 
-nlohmann::json clauseJSON(const Clause& clause, const Options& options) {
-  auto candidates = nlohmann::json::array();
+nlohmann::ordered_json clauseJSON(const Clause& clause, const Options& options) {
+  auto candidates = nlohmann::ordered_json::array();
   auto count = clause.candidates.size();
   if (options.candidates > 0) count = std::min<std::size_t>(count, static_cast<std::size_t>(options.candidates));
   for (std::size_t k = 0; k < count; ++k) {
     const auto& candidate = clause.candidates[k];
-    nlohmann::json head = nullptr;
+    nlohmann::ordered_json head = nullptr;
     if (candidate.head) head = {{"reading", candidate.head->reading}, {"surface", candidate.head->surface}};
     candidates.push_back({{"text", candidate.text}, {"head", head}});
   }
@@ -79,6 +83,27 @@ std::string surfaces(const std::vector<Clause>& clauses, std::string_view separa
     out += clauses[k].surface();
   }
   return out;
+}
+
+// What an interrupted run leaves in its private user data directory: the
+// installed default user dictionary. Kept in plain buffers so that a signal
+// handler can remove both with async-signal-safe calls.
+char interruptedFile[4096];
+char interruptedDirectory[4096];
+
+void removeOnSignal(int signal) {
+  ::unlink(interruptedFile);
+  ::rmdir(interruptedDirectory);
+  std::signal(signal, SIG_DFL);
+  std::raise(signal);
+}
+
+void removeOnInterrupt(const fs::path& directory) {
+  auto file = (directory / KanaDictionary::userFileName).string();
+  if (file.size() >= sizeof interruptedFile) return;
+  std::strcpy(interruptedFile, file.c_str());
+  std::strcpy(interruptedDirectory, directory.c_str());
+  for (int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) std::signal(signal, removeOnSignal);
 }
 
 fs::path makeTemporaryDirectory() {
@@ -201,14 +226,14 @@ std::string formatPlain(const std::vector<Clause>& clauses, const Options& optio
 
 std::string formatJSON(int64_t lineNumber, std::string_view reading, const std::vector<Clause>& clauses,
                        const Options& options) {
-  auto clauseList = nlohmann::json::array();
+  auto clauseList = nlohmann::ordered_json::array();
   for (const auto& clause : clauses) clauseList.push_back(clauseJSON(clause, options));
-  nlohmann::json object = {{"line", lineNumber},
+  nlohmann::ordered_json object = {{"line", lineNumber},
                            {"reading", reading},
                            {"conversion", surfaces(clauses, options.separator)},
                            {"clauses", std::move(clauseList)}};
   // Dictionary text is trusted to be UTF-8, but one bad entry must not stop a long run.
-  return object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+  return object.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
 }
 
 int64_t run(const Options& options, std::istream& in, std::ostream& out, std::ostream& err) {
@@ -228,7 +253,7 @@ int64_t run(const Options& options, std::istream& in, std::ostream& out, std::os
       ++failures;
       err << "orvane-convert: line " << lineNumber << ": invalid UTF-8\n";
       if (options.json) {
-        out << nlohmann::json{{"line", lineNumber}, {"error", "invalid UTF-8"}}.dump() << '\n';
+        out << nlohmann::ordered_json{{"line", lineNumber}, {"error", "invalid UTF-8"}}.dump() << '\n';
       } else {
         out << '\n';
       }
@@ -264,6 +289,7 @@ StoreSetup::StoreSetup(const Options& options) {
   } else {
     temporaryDirectory_ = makeTemporaryDirectory();
     userDirectory = *temporaryDirectory_;
+    removeOnInterrupt(userDirectory);
   }
   fs::path mozcDirectory = options.dataDirectory ? *options.dataDirectory : KanaDictionary::mozcDirectoryURL();
   // A fresh user data directory gets the bundle's default user dictionary, as
@@ -276,6 +302,7 @@ StoreSetup::StoreSetup(const Options& options) {
 
 StoreSetup::~StoreSetup() {
   if (!temporaryDirectory_) return;
+  for (int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) std::signal(signal, SIG_DFL);
   std::error_code ec;
   fs::remove_all(*temporaryDirectory_, ec);
 }
