@@ -71,7 +71,11 @@ Session::Session(TerminalPanel& panel, std::shared_ptr<LogPane> log, Hooks hooks
         if (credits) body += "\n\n" + *credits;
         showText(name, body);
       }),
-      workspace_(hooks.run, KanaDictionary::directoryURL() / KanaDictionary::userFileName),
+      workspace_(hooks.run, KanaDictionary::directoryURL() / KanaDictionary::userFileName,
+                 [this](const std::string&) {
+                   notify("cannot open the dictionary editor; set $EDITOR to edit " +
+                          std::string(KanaDictionary::userFileName));
+                 }),
       controller_(&client_) {
   platform::install({&pasteboard_, &workspace_, &aboutPanel_, nullptr});
 }

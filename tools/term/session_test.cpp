@@ -149,6 +149,7 @@ TEST_F(SessionTest, DictionaryEditorFallsBackToTheUsersEditor) {
   bool failed = false;
   for (const auto& m : errors) failed |= m.rfind("dictionary editor launch failed: ", 0) == 0;
   EXPECT_TRUE(failed);
+  EXPECT_NE(session->screen().notice.find("$EDITOR"), std::string::npos);
 }
 
 TEST(TerminalClientTest, PassedKeysActLikeAPlainTextArea) {

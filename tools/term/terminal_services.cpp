@@ -57,6 +57,7 @@ std::optional<std::filesystem::path> TerminalWorkspace::executableIn(const std::
 void TerminalWorkspace::openApplication(const std::filesystem::path& path,
                                         std::function<void(std::optional<std::string>)> completion) {
   auto report = [&](std::optional<std::string> error) {
+    if (error && failed_) failed_(*error);
     if (completion) completion(std::move(error));
   };
   if (auto program = executableIn(path)) {

@@ -49,8 +49,10 @@ class TerminalWorkspace final : public platform::Workspace {
  public:
   // Runs argv with the terminal; returns the exit status, -1 when it could not start.
   using Runner = std::function<int(const std::vector<std::string>& argv)>;
-  TerminalWorkspace(Runner run, std::filesystem::path fallbackDocument)
-      : run_(std::move(run)), fallbackDocument_(std::move(fallbackDocument)) {}
+  // failed hears every error before the completion does, to show it.
+  TerminalWorkspace(Runner run, std::filesystem::path fallbackDocument,
+                    std::function<void(const std::string&)> failed = {})
+      : run_(std::move(run)), fallbackDocument_(std::move(fallbackDocument)), failed_(std::move(failed)) {}
   void openApplication(const std::filesystem::path& path,
                        std::function<void(std::optional<std::string> error)> completion) override;
 
@@ -61,6 +63,7 @@ class TerminalWorkspace final : public platform::Workspace {
  private:
   Runner run_;
   std::filesystem::path fallbackDocument_;
+  std::function<void(const std::string&)> failed_;
 };
 
 }  // namespace orvane::term
