@@ -4,7 +4,6 @@
 
 #include <set>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace orvane {
@@ -229,15 +228,6 @@ TEST(RomajiComposerTest, TableAndPrefixesHaveTheirFixedSizes) {
     EXPECT_FALSE(table.contains(absent)) << absent;
   EXPECT_EQ(table.at("~"), "\u301C");
   EXPECT_EQ(table.at("vu"), "\u3094");
-}
-
-TEST(RomajiComposerTest, TablesAreBuiltOnceAcrossThreads) {
-  std::vector<const RomajiComposer::Table*> seen(4);
-  std::vector<std::thread> threads;
-  for (std::size_t i = 0; i < seen.size(); ++i)
-    threads.emplace_back([&seen, i] { seen[i] = &RomajiComposer::table(); });
-  for (auto& t : threads) t.join();
-  for (auto* p : seen) EXPECT_EQ(p, seen.front());
 }
 
 }  // namespace

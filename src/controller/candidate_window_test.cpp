@@ -129,15 +129,5 @@ TEST_F(CandidateWindowTest, ConvertingWithoutAPanelStillWorks) {
   EXPECT_EQ(client.committed, expected);
 }
 
-TEST_F(CandidateWindowTest, TheWindowIsHiddenWhenAConversionEnds) {
-  for (uint16_t code : {Key::backspace, Key::escape, Key::returnKey}) {
-    restart();
-    convert("neko");
-    ASSERT_TRUE(panel->isVisible());
-    key(code);
-    EXPECT_FALSE(panel->isVisible()) << code;
-  }
-}
-
 }  // namespace
 }  // namespace orvane

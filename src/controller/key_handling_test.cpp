@@ -109,18 +109,6 @@ TEST_F(KeyHandlingTest, EditingKeysWhileComposing) {
   }
 }
 
-TEST_F(KeyHandlingTest, BackspaceOfTheLastCharacterSendsEmptyMarkedText) {
-  type("a");
-  client.clearRecords();
-  EXPECT_TRUE(key(Key::backspace));
-  ASSERT_EQ(client.markedTexts.size(), 1u);
-  EXPECT_EQ(client.markedTexts[0].text.text, "");
-  EXPECT_EQ(client.markedTexts[0].selection, (platform::TextRange{0, 0}));
-  EXPECT_TRUE(controller->composer().isEmpty());
-  // Now empty: the next backspace is the client's.
-  EXPECT_FALSE(key(Key::backspace));
-}
-
 TEST_F(KeyHandlingTest, KeypadKeysJoinOnlyAnExistingComposition) {
   EXPECT_FALSE(character("1", keypadFlag));
   EXPECT_TRUE(client.calls.empty());
