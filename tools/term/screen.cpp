@@ -240,10 +240,10 @@ CandidateBox candidateBoxSize(const CandidateList& list, int cols) {
   return {visibleRows + 2, std::min(widest + 4, cols)};
 }
 
-void drawCandidates(Grid& grid, const CandidateList& list, Position anchor, int areaRows) {
+void drawCandidates(Grid& grid, const CandidateList& list, Position anchor, int lastMarkedRow, int areaRows) {
   if (list.rows.empty() || grid.cols() < 4) return;
   auto size = candidateBoxSize(list, grid.cols());
-  int top = anchor.row + 1;
+  int top = lastMarkedRow + 1;
   if (top + size.height > areaRows && anchor.row - size.height >= 0) top = anchor.row - size.height;
   top = std::clamp(top, 0, std::max(areaRows - size.height, 0));
   int left = std::clamp(anchor.col - 2, 0, std::max(grid.cols() - size.width, 0));
@@ -321,13 +321,17 @@ Frame compose(const ScreenState& state, int rows, int cols) {
   int lastRow = static_cast<int>(page.lines.size()) - 1;
   int top = std::max(lastRow - areaRows + 1, 0);
   if (page.caret.row - top >= areaRows) top = page.caret.row - areaRows + 1;
+  // The window hangs under the last line of the marked text, so that it
+  // hides none of it, at the column of the focused clause.
+  int anchorRow = page.markStart ? lastRow : page.caret.row;
   if (state.candidates) {
-    // The window goes under the marked text or else above it; only when
-    // neither has room does the text scroll, so that it does not jump.
+    // Under the marked text or else above it; only when neither has room
+    // does the text scroll, so that it does not jump.
     int height = candidateBoxSize(*state.candidates, cols).height;
-    int screenRow = page.caret.row - top;
-    if (screenRow + 1 + height > areaRows && screenRow - height < 0)
-      top = std::clamp(page.caret.row + 1 + height - areaRows, 0, page.caret.row);
+    int below = anchorRow - top;
+    int above = page.caret.row - top;
+    if (below + 1 + height > areaRows && above - height < 0)
+      top = std::clamp(anchorRow + 1 + height - areaRows, 0, page.caret.row);
   }
   for (int r = 0; r < areaRows; ++r) {
     int line = top + r;
@@ -340,7 +344,7 @@ Frame compose(const ScreenState& state, int rows, int cols) {
   }
   Position caret{page.caret.row - top, std::min(page.caret.col, cols - 1)};
   frame.cursor = caret;
-  if (state.candidates) drawCandidates(grid, *state.candidates, caret, areaRows);
+  if (state.candidates) drawCandidates(grid, *state.candidates, caret, anchorRow - top, areaRows);
 
   if (logRows > 0) {
     int first = rows - 1 - logRows;

@@ -123,6 +123,16 @@ TEST(ScreenTest, CandidateWindowSitsUnderTheClauseAndHighlightsTheSelection) {
   EXPECT_EQ(findRow(frame.grid, "2/3"), 5);
 }
 
+TEST(ScreenTest, CandidateWindowLeavesWrappedMarkedTextVisible) {
+  // The focused clause on the first line, the marked text going on below.
+  auto state = converting({"x", "y"}, 0);
+  state.marked = clauses({{"あいうえお", Mark::selectedConverted}, {"かきくけこさしすせそ", Mark::converted}});
+  Frame frame = compose(state, 24, 20);
+  EXPECT_EQ(frame.cursor, (Position{0, 0}));
+  EXPECT_EQ(frame.grid.rowText(1).rfind("さしすせそ", 0), 0u);
+  EXPECT_EQ(findRow(frame.grid, "│ x"), 3);  // border on row 2, under all of it
+}
+
 TEST(ScreenTest, LongCandidateListsShowThePageOfTheSelection) {
   std::vector<std::string> rows;
   for (int i = 0; i < 20; ++i) rows.push_back("c" + std::to_string(i));
