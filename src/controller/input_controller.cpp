@@ -416,14 +416,11 @@ std::vector<Clause> InputController::addAlphabetCandidates(std::vector<Clause> c
     const auto raw = composer_.raw(clause.range.lower, clause.range.upper);
     if (!containsLetter(raw)) continue;
 
-    std::vector<std::string> forms;
-    auto rawChars = text::characters(raw);
+    const auto rawChars = text::characters(raw);
     std::string capitalised =
-        rawChars.empty() ? std::string()
-                         : text::uppercased(rawChars.front()) + text::lowercased(text::join(rawChars, 1, rawChars.size()));
-    std::vector<std::string> halfwidth = {raw, text::lowercased(raw), capitalised, text::uppercased(raw)};
-    forms = halfwidth;
-    for (const auto& s : halfwidth) forms.push_back(text::halfwidthToFullwidth(s).value_or(s));
+        text::uppercased(rawChars.front()) + text::lowercased(text::join(rawChars, 1, rawChars.size()));
+    std::vector<std::string> forms = {raw, text::lowercased(raw), std::move(capitalised), text::uppercased(raw)};
+    for (std::size_t i = 0; i < 4; ++i) forms.push_back(text::halfwidthToFullwidth(forms[i]).value_or(forms[i]));
 
     std::vector<Candidate> alphabet;
     for (auto& s : forms) {
