@@ -204,15 +204,8 @@ TEST_F(ConverterTest, ConnectionCostsChooseThePathAndSumExactly) {
   EXPECT_EQ(shape(bridge), (Strings{"橋@0-2"}));
   EXPECT_EQ(totals(bridge), (std::vector<int64_t>{1000}));
 
-  // Sums beyond 32 bits, negative connection costs included.
+  // Sums beyond 32 bits, with the start-of-text connection (5) and a negative one.
   EXPECT_EQ(totals(path("いちに")), (std::vector<int64_t>{-2'999'999'995, -6'000'000'002}));
-}
-
-TEST_F(ConverterTest, StartOfTextConnectionCountsInTheFirstTotal) {
-  env.writeWords({{"はし", 10, 10, 1000, "箸"}, {"はし", 11, 11, 1000, "橋"}});
-  env.writeConnection(50, 0, {{{0, 10}, 500}});
-  auto nodes = path("はし");
-  EXPECT_EQ(shape(nodes), (Strings{"橋@0-2"}));
 }
 
 // Clauses ------------------------------------------------------------------
