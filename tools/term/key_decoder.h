@@ -76,7 +76,8 @@ class KeyDecoder {
   // Decides every pending byte as if no more were coming: ESC alone is
   // Escape, ESC and an unfinished sequence is Alt and the next key.
   void flush();
-  bool hasPending() const { return !buffer_.empty(); }
+  // Inside a paste the rest is sure to come, so there is nothing to time out.
+  bool hasPending() const { return !buffer_.empty() && !inPaste_; }
   // The inputs decoded so far, oldest first; they are handed over once.
   std::vector<TermInput> take();
 
