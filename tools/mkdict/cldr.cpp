@@ -73,7 +73,7 @@ std::optional<std::string> kanaReading(std::string_view keyword) {
     kept += c;
   }
   if (kept.empty()) return std::nullopt;
-  return text::katakanaToHiragana(text::fromScalars(kept));
+  return hiraganaReading(text::fromScalars(kept));
 }
 
 }  // namespace
@@ -87,7 +87,13 @@ std::vector<Annotation> readCLDRAnnotations(const fs::path& file, Diagnostics& d
   std::vector<Annotation> annotations;
   std::unordered_map<std::string, std::size_t> index;
   std::size_t at = 0;
-  while ((at = content.find("<annotation ", at)) != std::string::npos) {
+  while ((at = content.find("<annotation", at)) != std::string::npos) {
+    // Not the enclosing <annotations> element.
+    const char next = at + 11 < content.size() ? content[at + 11] : '\0';
+    if (next != ' ' && next != '>') {
+      at += 11;
+      continue;
+    }
     const auto tagEnd = content.find('>', at);
     const auto close = tagEnd == std::string::npos ? tagEnd : content.find("</annotation>", tagEnd);
     if (close == std::string::npos) {

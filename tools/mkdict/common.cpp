@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include "mkdict.h"
+#include "text/text.h"
 
 namespace orvane::mkdict {
 
@@ -48,6 +49,26 @@ std::size_t Diagnostics::count() const {
   std::size_t n = 0;
   for (const auto& [file, count] : counts_) n += count;
   return n;
+}
+
+namespace {
+
+void replaceAll(std::string& s, std::string_view from, std::string_view to) {
+  for (std::size_t at = s.find(from); at != std::string::npos; at = s.find(from, at + to.size()))
+    s.replace(at, from.size(), to);
+}
+
+}  // namespace
+
+std::optional<std::string> hiraganaReading(std::string_view katakana) {
+  // A private-use character stands in for ー: the transliterator leaves it alone.
+  constexpr std::string_view longVowel = "ー", standIn = "\uE000";
+  std::string text(katakana);
+  replaceAll(text, longVowel, standIn);
+  auto converted = text::katakanaToHiragana(text);
+  if (!converted) return std::nullopt;
+  replaceAll(*converted, standIn, longVowel);
+  return converted;
 }
 
 std::string readWhole(const fs::path& file) {

@@ -117,7 +117,7 @@ Lexicon readIPADIC(const fs::path& dir, Diagnostics& diagnostics, const Progress
       readings.append(f[11]);
       readings += '\n';
     }
-    auto converted = text::katakanaToHiragana(readings);
+    auto converted = hiraganaReading(readings);
     auto pieces = converted ? splitLines(*converted) : std::vector<std::string_view>{};
     const std::size_t count = lexicon.words.size() - first;
     if (pieces.size() == count) {
@@ -125,7 +125,7 @@ Lexicon readIPADIC(const fs::path& dir, Diagnostics& diagnostics, const Progress
     } else {
       auto original = splitLines(readings);
       for (std::size_t i = 0; i < count; ++i) {
-        auto one = text::katakanaToHiragana(original[i]);
+        auto one = hiraganaReading(original[i]);
         lexicon.words[first + i].reading = one ? *one : std::string(original[i]);
       }
     }

@@ -14,8 +14,6 @@ using namespace orvane::mkdict;
 
 namespace {
 
-constexpr const char* defaultIPADIC = "/usr/share/mecab/dic/ipadic";
-constexpr const char* defaultCLDR = "/usr/share/unicode/cldr";
 
 const char* const usage = R"(Usage: orvane-mkdict --output DIR [options]
 
@@ -75,10 +73,7 @@ interrupted build leaves the previous data in place.
 )";
 
 struct Options {
-  fs::path output;
-  std::optional<fs::path> ipadic = fs::path(defaultIPADIC);
-  std::optional<fs::path> cldr = fs::path(defaultCLDR);
-  std::optional<fs::path> mozc;
+  BuildOptions build;
   bool quiet = false;
 };
 
@@ -98,16 +93,16 @@ Options parse(int argc, char** argv) {
     if (arg == "-h" || arg == "--help") {
       std::cout << usage;
       std::exit(0);
-    } else if (arg == "-o" || arg == "--output") options.output = value();
-    else if (arg == "--ipadic") options.ipadic = fs::path(value());
-    else if (arg == "--no-ipadic") options.ipadic.reset();
-    else if (arg == "--cldr") options.cldr = fs::path(value());
-    else if (arg == "--no-cldr") options.cldr.reset();
-    else if (arg == "--mozc") options.mozc = fs::path(value());
+    } else if (arg == "-o" || arg == "--output") options.build.output = value();
+    else if (arg == "--ipadic") options.build.ipadic = fs::path(value());
+    else if (arg == "--no-ipadic") options.build.ipadic.reset();
+    else if (arg == "--cldr") options.build.cldr = fs::path(value());
+    else if (arg == "--no-cldr") options.build.cldr.reset();
+    else if (arg == "--mozc") options.build.mozc = fs::path(value());
     else if (arg == "-q" || arg == "--quiet") options.quiet = true;
     else fail("unknown option " + arg + " (see --help)");
   }
-  if (options.output.empty()) fail("--output DIR is required (see --help)");
+  if (options.build.output.empty()) fail("--output DIR is required (see --help)");
   return options;
 }
 
@@ -120,12 +115,6 @@ void onSignal(int signal) {
   }
   ::signal(signal, SIG_DFL);
   ::raise(signal);
-}
-
-std::string versionOf(const fs::path& used, const char* defaultPath, const char* package) {
-  if (used == fs::path(defaultPath))
-    if (auto version = debianVersion(package)) return package + std::string(" ") + *version;
-  return "from " + used.string();
 }
 
 std::string humanSize(std::size_t bytes) {
@@ -151,89 +140,20 @@ int main(int argc, char** argv) {
   ::signal(SIGHUP, onSignal);
 
   try {
-    Diagnostics diagnostics;
-    std::vector<Credit> credits;
-    std::optional<MozcFiles> mozc;
-    if (options.mozc) mozc = locateMozc(*options.mozc);
-
-    Lexicon lexicon;
-    if (mozc && !mozc->dictionaries.empty()) {
-      lexicon = readMozcLexicon(*mozc, diagnostics, progress);
-    } else if (options.ipadic) {
-      lexicon = readIPADIC(*options.ipadic, diagnostics, progress);
-      const fs::path dir = *options.ipadic;
-      credits.push_back({"IPADIC", versionOf(dir, defaultIPADIC, "mecab-ipadic"),
-                         "words, readings, parts of speech and connection costs (mozc.tsv, id.def, "
-                         "connection.bin); readings of CLDR keywords",
-                         findLicence({dir / "COPYING", "/usr/share/doc/mecab-ipadic/copyright"}, "mecab-ipadic")});
-    } else {
-      fail("no source of words: give --mozc with dictionary files, or do not pass --no-ipadic");
-    }
-    progress("renumbering context ids");
-    renumber(lexicon);
-
-    ReadingTable emoji, symbols;
-    if (mozc && mozc->emoji) emoji = readMozcEmoji(*mozc->emoji, diagnostics);
-    if (mozc && mozc->symbols) symbols = readMozcSymbols(*mozc->symbols, diagnostics);
-    if (options.cldr && (!mozc || !mozc->emoji || !mozc->symbols)) {
-      progress("CLDR: emoji and symbol annotations");
-      const fs::path common = *options.cldr / "common";
-      auto annotations = readCLDRAnnotations(common / "annotations" / "ja.xml", diagnostics);
-      if (fs::exists(common / "annotationsDerived" / "ja.xml")) {
-        auto derived = readCLDRAnnotations(common / "annotationsDerived" / "ja.xml", diagnostics);
-        annotations.insert(annotations.end(), derived.begin(), derived.end());
-      } else {
-        progress("CLDR: no annotationsDerived/ja.xml; emoji sequences with skin tones are left out");
-      }
-      ReadingTable cldrEmoji, cldrSymbols;
-      addAnnotations(annotations, readingResolver(lexicon.words), cldrEmoji, cldrSymbols);
-      if (!mozc || !mozc->emoji) emoji = std::move(cldrEmoji);
-      if (!mozc || !mozc->symbols) symbols = std::move(cldrSymbols);
-      credits.push_back({"Unicode CLDR", versionOf(*options.cldr, defaultCLDR, "unicode-cldr-core"),
-                         "Japanese emoji and symbol annotations (emoji.tsv, symbol.tsv)",
-                         findLicence({*options.cldr / "LICENSE", *options.cldr / "unicode-license.txt",
-                                      "/usr/share/doc/unicode-cldr-core/copyright"},
-                                     "unicode-cldr-core")});
-    }
-    if (mozc) {
-      std::string use;
-      if (!mozc->dictionaries.empty()) use += "words, parts of speech and connection costs; ";
-      if (mozc->emoji) use += "emoji; ";
-      if (mozc->symbols) use += "symbols; ";
-      use.resize(use.size() - 2);
-      std::string version = "from " + options.mozc->string();
-      if (mozc->version) {
-        const std::string source = readWhole(*mozc->version);
-        auto lines = splitLines(source);
-        if (!lines.empty()) version = std::string(lines[0]);
-      }
-      if (!mozc->license) fail("no LICENSE file in the Mozc directory " + options.mozc->string());
-      credits.push_back({"Mozc", version, use, readWhole(*mozc->license)});
-    }
-
-    progress("sorting " + std::to_string(lexicon.words.size()) + " words");
-    std::map<std::string, std::string> files;
-    files["mozc.tsv"] = wordLines(lexicon.words);
-    files["connection.bin"] = connectionBytes(lexicon.grammar);
-    files["id.def"] = idDefinitions(lexicon.grammar);
-    files["emoji.tsv"] = emoji.lines();
-    files["symbol.tsv"] = symbols.lines();
-    files["CREDITS.txt"] = creditsText(credits);
-    progress("writing " + options.output.string());
-    writeDirectory(options.output, files);
-
+    BuildResult result = build(options.build, progress);
     const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+    const auto& diagnostics = result.diagnostics;
     if (diagnostics.count() > 0) {
       std::fprintf(stderr, "orvane-mkdict: %zu malformed lines skipped:\n", diagnostics.count());
       for (const auto& [file, count] : diagnostics.byFile())
         std::fprintf(stderr, "  %s: %zu (first: %s)\n", file.c_str(), count, diagnostics.examples().at(file).c_str());
     }
     if (!options.quiet) {
-      std::fprintf(stderr, "orvane-mkdict: built %s in %.1f s\n", options.output.c_str(), seconds);
-      std::fprintf(stderr, "  %zu words, %d context ids, %zu emoji readings, %zu symbol readings\n",
-                   lexicon.words.size(), lexicon.grammar.size(), emoji.readingCount(), symbols.readingCount());
-      for (const auto& [name, content] : files)
-        std::fprintf(stderr, "  %-15s %10zu bytes (%s)\n", name.c_str(), content.size(), humanSize(content.size()).c_str());
+      std::fprintf(stderr, "orvane-mkdict: built %s in %.1f s\n", options.build.output.c_str(), seconds);
+      std::fprintf(stderr, "  %zu words, %d context ids, %zu emoji readings, %zu symbol readings\n", result.words,
+                   result.contextIDs, result.emojiReadings, result.symbolReadings);
+      for (const auto& [name, size] : result.fileSizes)
+        std::fprintf(stderr, "  %-15s %10zu bytes (%s)\n", name.c_str(), size, humanSize(size).c_str());
     }
   } catch (const SourceError& error) {
     fail(error.what());

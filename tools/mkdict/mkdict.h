@@ -99,6 +99,8 @@ struct MozcFiles {
   std::optional<fs::path> version;
 };
 MozcFiles locateMozc(const fs::path& root);
+// id.def: "id name" lines; names indexed by id, gaps empty.
+std::vector<std::string> readIdNames(const fs::path& file, Diagnostics& diagnostics);
 Lexicon readMozcLexicon(const MozcFiles& files, Diagnostics& diagnostics, const Progress& progress);
 ReadingTable readMozcEmoji(const fs::path& file, Diagnostics& diagnostics);
 ReadingTable readMozcSymbols(const fs::path& file, Diagnostics& diagnostics);
@@ -162,9 +164,38 @@ std::string creditsText(const std::vector<Credit>& credits);
 // the package otherwise.
 std::string findLicence(const std::vector<fs::path>& candidates, std::string_view package);
 
+// ---- The whole build ------------------------------------------------------
+
+inline constexpr const char* defaultIPADIC = "/usr/share/mecab/dic/ipadic";
+inline constexpr const char* defaultCLDR = "/usr/share/unicode/cldr";
+
+struct BuildOptions {
+  fs::path output;
+  std::optional<fs::path> ipadic = fs::path(defaultIPADIC);
+  std::optional<fs::path> cldr = fs::path(defaultCLDR);
+  std::optional<fs::path> mozc;
+};
+
+struct BuildResult {
+  std::size_t words = 0;
+  int32_t contextIDs = 0;
+  std::size_t emojiReadings = 0;
+  std::size_t symbolReadings = 0;
+  std::map<std::string, std::size_t> fileSizes;
+  Diagnostics diagnostics;
+};
+
+// Reads the sources, makes every file and swaps the directory into place.
+// Throws SourceError when a source is missing or unusable.
+BuildResult build(const BuildOptions& options, const Progress& progress);
+
 // Version of an installed Debian package, from dpkg's status file.
 std::optional<std::string> debianVersion(std::string_view package,
                                          const fs::path& status = "/var/lib/dpkg/status");
+
+// Katakana to hiragana for readings, keeping the long-vowel mark ー that
+// users type (the plain transliteration spells it out as a vowel).
+std::optional<std::string> hiraganaReading(std::string_view katakana);
 
 std::string readWhole(const fs::path& file);
 std::vector<std::string_view> splitLines(std::string_view text);

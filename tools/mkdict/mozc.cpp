@@ -36,6 +36,24 @@ bool usableValue(std::string_view value) {
 
 }  // namespace
 
+std::vector<std::string> readIdNames(const fs::path& file, Diagnostics& diagnostics) {
+  std::vector<std::string> names;
+  const std::string content = readWhole(file);
+  for (auto line : splitLines(content)) {
+    if (line.empty()) continue;
+    const auto space = line.find(' ');
+    int64_t id = 0;
+    if (space == std::string_view::npos || !parseInt(line.substr(0, space), id) || id < 0 || id > 65535 ||
+        space + 1 >= line.size()) {
+      diagnostics.malformed(file.filename().string(), line);
+      continue;
+    }
+    if (names.size() <= static_cast<std::size_t>(id)) names.resize(id + 1);
+    names[id] = std::string(line.substr(space + 1));
+  }
+  return names;
+}
+
 MozcFiles locateMozc(const fs::path& root) {
   if (!fs::is_directory(root)) throw SourceError("Mozc sources not found: " + root.string() + " is not a directory");
   MozcFiles files;
@@ -43,7 +61,10 @@ MozcFiles locateMozc(const fs::path& root) {
     if (!fs::is_directory(root / dir)) continue;
     for (const auto& entry : fs::directory_iterator(root / dir)) {
       const std::string name = entry.path().filename().string();
-      if (name.rfind("dictionary", 0) == 0 && entry.path().extension() == ".txt")
+      // dictionary00.txt ... dictionary09.txt; not the README beside them.
+      const std::string_view stem = std::string_view(name).substr(0, name.size() - 4);
+      if (name.size() > 14 && name.rfind("dictionary", 0) == 0 && name.ends_with(".txt") &&
+          stem.substr(10).find_first_not_of("0123456789") == std::string_view::npos)
         files.dictionaries.push_back(entry.path());
     }
     if (!files.dictionaries.empty()) break;
@@ -71,19 +92,7 @@ Lexicon readMozcLexicon(const MozcFiles& files, Diagnostics& diagnostics, const 
   Lexicon lexicon;
   auto& grammar = lexicon.grammar;
   progress("Mozc: context ids");
-  const std::string ids = readWhole(*files.idDef);
-  for (auto line : splitLines(ids)) {
-    if (line.empty()) continue;
-    const auto space = line.find(' ');
-    int64_t id = 0;
-    if (space == std::string_view::npos || !parseInt(line.substr(0, space), id) || id < 0 || id > 65535 ||
-        space + 1 >= line.size()) {
-      diagnostics.malformed("id.def", line);
-      continue;
-    }
-    if (grammar.names.size() <= static_cast<std::size_t>(id)) grammar.names.resize(id + 1);
-    grammar.names[id] = std::string(line.substr(space + 1));
-  }
+  grammar.names = readIdNames(*files.idDef, diagnostics);
 
   progress("Mozc: connection costs");
   const std::string content = readWhole(*files.connection);

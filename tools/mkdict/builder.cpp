@@ -1,0 +1,102 @@
+#include "mkdict.h"
+
+namespace orvane::mkdict {
+namespace {
+
+std::string versionOf(const fs::path& used, const char* defaultPath, const char* package) {
+  if (used == fs::path(defaultPath))
+    if (auto version = debianVersion(package)) return package + std::string(" ") + *version;
+  return "from " + used.string();
+}
+
+}  // namespace
+
+BuildResult build(const BuildOptions& options, const Progress& progress) {
+  BuildResult result;
+  Diagnostics& diagnostics = result.diagnostics;
+  std::vector<Credit> credits;
+  std::optional<MozcFiles> mozc;
+  if (options.mozc) mozc = locateMozc(*options.mozc);
+
+  Lexicon lexicon;
+  if (mozc && !mozc->dictionaries.empty()) {
+    lexicon = readMozcLexicon(*mozc, diagnostics, progress);
+  } else if (options.ipadic) {
+    const fs::path& dir = *options.ipadic;
+    lexicon = readIPADIC(dir, diagnostics, progress);
+    credits.push_back({"IPADIC", versionOf(dir, defaultIPADIC, "mecab-ipadic"),
+                       "words, readings, parts of speech and connection costs (mozc.tsv, id.def, connection.bin)",
+                       findLicence({dir / "COPYING", "/usr/share/doc/mecab-ipadic/copyright"}, "mecab-ipadic")});
+  } else {
+    throw SourceError("no source of words: give --mozc with its dictionary files, or leave IPADIC on");
+  }
+  progress("renumbering context ids");
+  renumber(lexicon);
+
+  ReadingTable emoji, symbols;
+  if (mozc && mozc->emoji) emoji = readMozcEmoji(*mozc->emoji, diagnostics);
+  if (mozc && mozc->symbols) symbols = readMozcSymbols(*mozc->symbols, diagnostics);
+  if (options.cldr && (!mozc || !mozc->emoji || !mozc->symbols)) {
+    progress("CLDR: emoji and symbol annotations");
+    const fs::path common = *options.cldr / "common";
+    auto annotations = readCLDRAnnotations(common / "annotations" / "ja.xml", diagnostics);
+    // Skin tones, flags and other sequences live in the derived file.
+    if (fs::exists(common / "annotationsDerived" / "ja.xml")) {
+      auto derived = readCLDRAnnotations(common / "annotationsDerived" / "ja.xml", diagnostics);
+      annotations.insert(annotations.end(), derived.begin(), derived.end());
+    } else {
+      progress("CLDR: no annotationsDerived/ja.xml; emoji sequences are left out");
+    }
+    ReadingTable cldrEmoji, cldrSymbols;
+    addAnnotations(annotations, readingResolver(lexicon.words), cldrEmoji, cldrSymbols);
+    std::string use;
+    if (!mozc || !mozc->emoji) {
+      emoji = std::move(cldrEmoji);
+      use = "Japanese emoji annotations (emoji.tsv)";
+    }
+    if (!mozc || !mozc->symbols) {
+      symbols = std::move(cldrSymbols);
+      use += use.empty() ? "Japanese symbol annotations (symbol.tsv)" : ", symbol annotations (symbol.tsv)";
+    }
+    credits.push_back({"Unicode CLDR", versionOf(*options.cldr, defaultCLDR, "unicode-cldr-core"), use,
+                       findLicence({*options.cldr / "LICENSE", *options.cldr / "unicode-license.txt",
+                                    "/usr/share/doc/unicode-cldr-core/copyright"},
+                                   "unicode-cldr-core")});
+    if (!credits.empty() && credits.front().name == "IPADIC") credits.front().use += "; readings of CLDR keywords";
+  }
+  if (mozc) {
+    std::vector<std::string> uses;
+    if (!mozc->dictionaries.empty()) uses.push_back("words, parts of speech and connection costs");
+    if (mozc->emoji) uses.push_back("emoji (emoji.tsv)");
+    if (mozc->symbols) uses.push_back("symbols (symbol.tsv)");
+    std::string use;
+    for (const auto& u : uses) use += (use.empty() ? "" : "; ") + u;
+    std::string version = "from " + options.mozc->string();
+    if (mozc->version) {
+      const std::string source = readWhole(*mozc->version);
+      if (auto lines = splitLines(source); !lines.empty()) version = std::string(lines[0]);
+    }
+    if (!mozc->license) throw SourceError("no LICENSE file in the Mozc directory " + options.mozc->string());
+    credits.push_back({"Mozc", version, use, readWhole(*mozc->license)});
+  }
+
+  progress("sorting " + std::to_string(lexicon.words.size()) + " words");
+  std::map<std::string, std::string> files;
+  files["mozc.tsv"] = wordLines(lexicon.words);
+  files["connection.bin"] = connectionBytes(lexicon.grammar);
+  files["id.def"] = idDefinitions(lexicon.grammar);
+  files["emoji.tsv"] = emoji.lines();
+  files["symbol.tsv"] = symbols.lines();
+  files["CREDITS.txt"] = creditsText(credits);
+  progress("writing " + options.output.string());
+  writeDirectory(options.output, files);
+
+  result.words = lexicon.words.size();
+  result.contextIDs = lexicon.grammar.size();
+  result.emojiReadings = emoji.readingCount();
+  result.symbolReadings = symbols.readingCount();
+  for (const auto& [name, content] : files) result.fileSizes[name] = content.size();
+  return result;
+}
+
+}  // namespace orvane::mkdict
