@@ -60,9 +60,11 @@ uint64_t modifierFlags(int parameter) {
 
 // Ctrl chords that stand for keys a terminal cannot send.
 KeyEvent substitute(KeyEvent e) {
-  if ((e.modifierFlags & kChordFlags) != Flag::control || e.keyCode != KeyCode::character) return e;
+  if ((e.modifierFlags & kChordFlags) != Flag::control) return e;
   const std::string& base = e.charactersIgnoringModifiers.value_or("");
   uint64_t rest = e.modifierFlags & ~Flag::control;
+  if (e.keyCode == KeyCode::space) return makeKey(KeyCode::space, " ", rest | Flag::shift);
+  if (e.keyCode != KeyCode::character) return e;
   if (base == "j") return makeKey(KeyCode::kana, "", rest);
   if (base == "l") return makeKey(KeyCode::eisu, "", rest);
   if (base == " " || base == "@") return makeKey(KeyCode::space, " ", rest | Flag::shift);
