@@ -140,6 +140,10 @@ TEST_F(LearningTest, LoadingSkipsMalformedLinesAndAcceptsAnyNewline) {
   // Every newline character an editor may leave separates lines.
   install("p\tP\t1\t1\x0Bq\tQ\t1\t1\x0Cr\tR\t1\t1\rs\tS\t1\t1\u0085t\tT\t1\t1\u2028u\tU\t1\t1\u2029v\tV\t1\t1");
   for (const char* reading : {"p", "q", "r", "s", "t", "u", "v"}) EXPECT_TRUE(Learning::hasEntries(reading)) << reading;
+
+  // A byte-order mark some editors add is not part of the first reading.
+  install("\xEF\xBB\xBFw\tW\t1\t1\n");
+  EXPECT_TRUE(Learning::hasEntries("w"));
 }
 
 TEST_F(LearningTest, ReadingsAreWrittenInCodePointOrder) {
