@@ -1,0 +1,176 @@
+#include "eval.h"
+
+#include <algorithm>
+#include <map>
+
+#include "text/text.h"
+
+namespace orvane::eval {
+namespace {
+
+std::vector<std::string_view> fields(std::string_view line) {
+  std::vector<std::string_view> out;
+  std::size_t start = 0;
+  while (true) {
+    const auto tab = line.find('\t', start);
+    out.push_back(line.substr(start, tab == std::string_view::npos ? std::string_view::npos : tab - start));
+    if (tab == std::string_view::npos) return out;
+    start = tab + 1;
+  }
+}
+
+// Longest j < text.size() such that `s` ends with the first j bytes of text.
+std::size_t overlap(std::string_view s, std::string_view text) {
+  for (std::size_t j = std::min(s.size(), text.size() - 1); j > 0; --j)
+    if (s.substr(s.size() - j) == text.substr(0, j)) return j;
+  return 0;
+}
+
+}  // namespace
+
+TestSet parseSet(std::string_view content) {
+  TestSet set;
+  std::map<std::string, std::size_t, std::less<>> seen;
+  std::map<std::string, std::size_t> formats;
+  std::size_t number = 0, start = 0;
+  while (start < content.size()) {
+    auto end = content.find('\n', start);
+    if (end == std::string_view::npos) end = content.size();
+    std::string_view line = content.substr(start, end - start);
+    start = end + 1;
+    ++number;
+    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+    if (line.empty() || line.front() == '#') continue;
+    auto f = fields(line);
+    Item item;
+    item.line = number;
+    const bool checked = f.size() >= 4 && f[3].starts_with("Conversion ");
+    if (checked && f[0].ends_with(":")) {
+      ++formats["evaluation"];
+      item.reading = f[1];
+      item.expected = {std::string(f[2])};
+    } else if (checked) {
+      ++formats["regression"];
+      if (f[3] != "Conversion Expected") {
+        ++set.skippedLines;
+        continue;
+      }
+      item.reading = f[1];
+      item.expected = {std::string(f[2])};
+      item.containsCheck = true;
+    } else if (f.size() >= 2) {
+      ++formats["plain"];
+      item.reading = f[0];
+      for (std::size_t i = 1; i < f.size(); ++i)
+        if (!f[i].empty()) item.expected.emplace_back(f[i]);
+    }
+    if (item.reading.empty() || item.expected.empty() || item.expected[0].empty()) {
+      ++set.skippedLines;
+      continue;
+    }
+    if (auto it = seen.find(item.reading); it != seen.end()) {
+      auto& first = set.items[it->second];
+      for (auto& e : item.expected)
+        if (std::find(first.expected.begin(), first.expected.end(), e) == first.expected.end())
+          first.expected.push_back(std::move(e));
+      continue;
+    }
+    seen.emplace(item.reading, set.items.size());
+    set.items.push_back(std::move(item));
+  }
+  for (const auto& [name, count] : formats) set.format += (set.format.empty() ? "" : "+") + name;
+  return set;
+}
+
+std::size_t editDistance(std::string_view a, std::string_view b) {
+  const Characters x = text::characters(a), y = text::characters(b);
+  std::vector<std::size_t> row(y.size() + 1);
+  for (std::size_t j = 0; j <= y.size(); ++j) row[j] = j;
+  for (std::size_t i = 1; i <= x.size(); ++i) {
+    std::size_t diagonal = row[0];
+    row[0] = i;
+    for (std::size_t j = 1; j <= y.size(); ++j) {
+      const std::size_t above = row[j];
+      row[j] = std::min({row[j] + 1, row[j - 1] + 1, diagonal + (x[i - 1] == y[j - 1] ? 0 : 1)});
+      diagonal = above;
+    }
+  }
+  return row[y.size()];
+}
+
+bool reachable(const std::vector<std::vector<std::string>>& clauses, std::string_view text, bool contains,
+               std::size_t depth) {
+  if (text.empty()) return true;
+  // States: bytes of `text` matched so far (a prefix for an exact match; the
+  // longest prefix that ends the output so far for a contains-check).
+  std::vector<std::size_t> states = {0};
+  for (const auto& candidates : clauses) {
+    std::vector<std::size_t> next;
+    for (std::size_t state : states) {
+      for (std::size_t i = 0; i < std::min(depth, candidates.size()); ++i) {
+        const std::string& c = candidates[i];
+        if (!contains) {
+          if (text.compare(state, c.size(), c) == 0 && state + c.size() <= text.size()) next.push_back(state + c.size());
+          continue;
+        }
+        const std::string joined = std::string(text.substr(0, state)) + c;
+        if (joined.find(text) != std::string::npos) return true;
+        next.push_back(overlap(joined, text));
+      }
+    }
+    std::sort(next.begin(), next.end());
+    next.erase(std::unique(next.begin(), next.end()), next.end());
+    states = std::move(next);
+    if (states.empty()) return false;
+  }
+  return !contains && std::find(states.begin(), states.end(), text.size()) != states.end();
+}
+
+Outcome judge(const Item& item, const std::vector<Clause>& clauses, std::size_t firstCandidates) {
+  Outcome outcome;
+  outcome.item = &item;
+  for (const auto& clause : clauses) {
+    outcome.top += clause.surface();
+    outcome.clauses.push_back(clause.texts());
+  }
+  for (const auto& expected : item.expected) {
+    const bool right = item.containsCheck ? outcome.top.find(expected) != std::string::npos : outcome.top == expected;
+    outcome.correct = outcome.correct || right;
+    outcome.reachable = outcome.reachable || right ||
+                        reachable(outcome.clauses, expected, item.containsCheck, firstCandidates);
+  }
+  if (!item.containsCheck) {
+    bool first = true;
+    for (const auto& expected : item.expected) {
+      const std::size_t errors = editDistance(outcome.top, expected);
+      if (first || errors < outcome.errors) {
+        outcome.errors = errors;
+        outcome.length = text::characterCount(expected);
+      }
+      first = false;
+    }
+  }
+  return outcome;
+}
+
+void add(Summary& summary, const Outcome& outcome) {
+  ++summary.items;
+  summary.correct += outcome.correct;
+  summary.reachable += outcome.reachable;
+  summary.errors += outcome.errors;
+  summary.length += outcome.length;
+}
+
+std::string describeFailure(const Outcome& outcome) {
+  std::string split;
+  for (const auto& candidates : outcome.clauses) {
+    if (!split.empty()) split += '|';
+    split += candidates.empty() ? "" : candidates.front();
+  }
+  std::string out = outcome.item->reading + "\t" + outcome.item->expected.front() +
+                    (outcome.item->containsCheck ? " (contained)" : "") + "\t-> " + split;
+  if (outcome.reachable) out += "\t(reachable)";
+  return out;
+}
+
+}  // namespace orvane::eval

@@ -1,0 +1,93 @@
+#include "eval.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace orvane::eval {
+namespace {
+
+using ::testing::ElementsAre;
+
+Clause clause(std::vector<std::string> texts) {
+  Clause c;
+  for (auto& t : texts) c.candidates.push_back({std::move(t), std::nullopt});
+  return c;
+}
+
+TEST(ParseSetTest, ThreeLayoutsCommentsAndRepeatedReadings) {
+  const TestSet set = parseSet(
+      "# status\tinput\toutput\tcommand\targument\tversion\n"
+      "OK:\tかんじ\t漢字\tConversion Expected\t9\t2.26\n"
+      "OK:\tかんじ\t漢字\tConversion Match\t漢\t2.26\n"
+      "FAILED:\tかんじ\t感じ\tConversion Match\t感\t2.26\n"
+      "regression\tこじんよう\t個人用\tConversion Expected\n"
+      "regression\tこじん\t故人\tConversion Not Expected\n"
+      "きょう\t今日\t京\r\n"
+      "\n"
+      "ひとりだけ\n");
+  ASSERT_EQ(set.items.size(), 3u);
+  EXPECT_EQ(set.items[0].reading, "かんじ");
+  EXPECT_THAT(set.items[0].expected, ElementsAre("漢字", "感じ"));
+  EXPECT_FALSE(set.items[0].containsCheck);
+  EXPECT_EQ(set.items[1].reading, "こじんよう");
+  EXPECT_TRUE(set.items[1].containsCheck);
+  EXPECT_THAT(set.items[2].expected, ElementsAre("今日", "京"));
+  EXPECT_EQ(set.items[2].line, 7u);
+  EXPECT_EQ(set.skippedLines, 2u);
+}
+
+TEST(ReachableTest, ExactAndContainedAcrossClauses) {
+  const std::vector<std::vector<std::string>> clauses = {{"これは", "コレは"}, {"嬉しい", "うれしい"}, {"５三", "誤算"}};
+  struct Case {
+    std::string text;
+    bool contains;
+    std::size_t depth;
+    bool expected;
+  };
+  for (const Case& c : {
+           Case{"これは嬉しい誤算", false, 10, true},
+           Case{"これは嬉しい誤算", false, 1, false},  // 誤算 is second
+           Case{"これはうれしい５三", false, 2, true},
+           Case{"これは嬉しい", false, 10, false},    // must use every clause
+           Case{"これは嬉しい誤算です", false, 10, false},
+           Case{"は嬉し", true, 1, true},              // across a clause boundary
+           Case{"しい誤", true, 2, true},
+           Case{"しい誤", true, 1, false},
+           Case{"れは嬉しいう", true, 10, false},
+       })
+    EXPECT_EQ(reachable(clauses, c.text, c.contains, c.depth), c.expected) << c.text << " depth " << c.depth;
+}
+
+TEST(JudgeTest, TopOneErrorsAndContainsChecks) {
+  Item item{"きょうはれ", {"今日晴れ", "京晴れ"}, false, 1};
+  const std::vector<Clause> clauses = {clause({"今日は", "今日"}), clause({"レ", "晴れ"})};
+  Outcome outcome = judge(item, clauses, 10);
+  EXPECT_EQ(outcome.top, "今日はレ");
+  EXPECT_FALSE(outcome.correct);
+  EXPECT_TRUE(outcome.reachable) << "今日 and 晴れ are both second candidates";
+  EXPECT_EQ(outcome.errors, 2u);  // nearest expected text: one insertion, one substitution
+  EXPECT_EQ(outcome.length, 4u);
+  EXPECT_EQ(describeFailure(outcome), "きょうはれ\t今日晴れ\t-> 今日は|レ\t(reachable)");
+  EXPECT_FALSE(judge(item, clauses, 1).reachable);
+
+  Item contained{"きょうはれ", {"はレ"}, true, 2};
+  outcome = judge(contained, clauses, 10);
+  EXPECT_TRUE(outcome.correct);
+  EXPECT_EQ(outcome.length, 0u) << "contains-checks stay out of the error rate";
+
+  Summary summary;
+  add(summary, judge(item, clauses, 10));
+  add(summary, outcome);
+  EXPECT_DOUBLE_EQ(summary.top1(), 0.5);
+  EXPECT_DOUBLE_EQ(summary.characterErrorRate(), 0.5);
+}
+
+TEST(EditDistanceTest, CountsGraphemeClusters) {
+  EXPECT_EQ(editDistance("", "漢字"), 2u);
+  EXPECT_EQ(editDistance("👍🏽です", "👍です"), 1u);
+  EXPECT_EQ(editDistance("かんじ", "かんじ"), 0u);
+  EXPECT_EQ(editDistance("abc", "acb"), 2u);
+}
+
+}  // namespace
+}  // namespace orvane::eval
