@@ -29,6 +29,7 @@ constexpr int64_t katakanaContentPenalty = 500;
 constexpr int64_t shortSuffixPenalty = 1000;
 constexpr int64_t learnedBonusPerCharacter = 1000;
 constexpr int64_t learnedBonusLimit = 3000;
+constexpr int64_t flatLearnedBonus = 3000;
 constexpr int64_t katakanaCandidatePenalty = 3000;
 
 constexpr char32_t invalidScalar = 0xFFFFFFFF;
@@ -111,7 +112,7 @@ class SequenceCost {
         c += katakanaContentPenalty;
       }
     }
-    if (Learning::isLearned(w.reading, w.surface)) c = std::max<int64_t>(c - learnedBonusLimit, 0);
+    if (Learning::isLearned(w.reading, w.surface)) c = std::max<int64_t>(c - flatLearnedBonus, 0);
     sum_ += KanaDictionary::connectionCost(previousRightID_, w.leftID) + c;
     previousRightID_ = w.rightID;
   }
@@ -172,13 +173,14 @@ Clause makeClause(std::span<const Node> path, Range range, const Characters& rea
 
   list.add(joinedSurfaces(path, 0, path.size()), head);
 
+  // The words around the head stay as the path has them; only the head varies.
+  std::string prefixText = h ? joinedSurfaces(path, 0, *h) : std::string();
+  std::string suffixText = h ? joinedSurfaces(path, *h + 1, path.size()) : std::string();
+
   std::vector<ScoredCandidate> scored;
   if (h) {
-    // The words around the head stay as the path has them; only the head varies.
     SequenceCost before;
     for (std::size_t k = 0; k < *h; ++k) before.add(path[k].word);
-    std::string prefixText = joinedSurfaces(path, 0, *h);
-    std::string suffixText = joinedSurfaces(path, *h + 1, path.size());
     for (auto& w : KanaDictionary::words(head->reading)) {
       SequenceCost cost = before;
       cost.add(w);
@@ -201,8 +203,6 @@ Clause makeClause(std::span<const Node> path, Range range, const Characters& rea
   for (auto& s : KanaDictionary::symbols(clauseReading)) list.add(std::move(s), std::nullopt);
 
   if (h && head->reading != clauseReading) {
-    std::string prefixText = joinedSurfaces(path, 0, *h);
-    std::string suffixText = joinedSurfaces(path, *h + 1, path.size());
     auto addVariant = [&](const std::string& e) {
       list.add(prefixText + e + suffixText, ReadingSurface{head->reading, e});
     };
