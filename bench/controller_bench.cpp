@@ -19,25 +19,13 @@
 #include "platform/client.h"
 #include "platform/key_event.h"
 #include "testing/environment.h"
+#include "testing/fake_client.h"
 
 namespace orvane {
 namespace {
 
 namespace fs = std::filesystem;
 
-class CapturingClient final : public platform::Client {
- public:
-  std::optional<std::string> bundleIdentifier() const override { return "com.example.bench"; }
-  void setMarkedText(const platform::AttributedString& text, platform::TextRange selection,
-                     platform::TextRange) override {
-    marked = text.text;
-    caret = selection.location;
-  }
-  void insertText(std::string_view, platform::TextRange) override {}
-  void selectInputMode(std::string_view) override {}
-  std::string marked;
-  int64_t caret = 0;
-};
 
 // The real data directory: ORVANE_MOZC_DIR, or the Mozc folder of the bundle
 // built beside this program.
@@ -107,7 +95,7 @@ void BM_SpaceOnTwentyCharacters(benchmark::State& state) {
     state.SkipWithError(("no dictionary data at " + mozcDirectory().string() + "; set ORVANE_MOZC_DIR").c_str());
     return;
   }
-  CapturingClient client;
+  testing::CapturingClient client;
   InputController controller(&client);
   InputController::setInputMode(InputController::InputMode::kana);
   type(controller, client, twentyCharacters);
@@ -127,7 +115,7 @@ BENCHMARK(BM_SpaceOnTwentyCharacters)->Unit(benchmark::kMicrosecond);
 void candidateMoves(benchmark::State& state, const platform::KeyEvent& forward, const platform::KeyEvent& back,
                     std::size_t needed) {
   data();
-  CapturingClient client;
+  testing::CapturingClient client;
   InputController controller(&client);
   InputController::setInputMode(InputController::InputMode::kana);
   type(controller, client, "kanji");

@@ -12,25 +12,11 @@
 #include "platform/candidate_panel.h"
 #include "platform/client.h"
 #include "platform/key_event.h"
+#include "testing/fake_client.h"
 
 namespace orvane {
 namespace {
 
-// Keeps only the last marked text, as a text field would: no growth per call.
-class CapturingClient final : public platform::Client {
- public:
-  std::optional<std::string> bundleIdentifier() const override { return "com.example.bench"; }
-  void setMarkedText(const platform::AttributedString& text, platform::TextRange selection,
-                     platform::TextRange) override {
-    marked = text.text;
-    caret = selection.location;
-  }
-  void insertText(std::string_view text, platform::TextRange) override { committed = text.size(); }
-  void selectInputMode(std::string_view) override {}
-  std::string marked;
-  int64_t caret = 0;
-  std::size_t committed = 0;
-};
 
 platform::KeyEvent keyEvent(uint16_t code, std::string characters) {
   platform::KeyEvent e;
@@ -56,7 +42,7 @@ void BM_PrintableKeystroke(benchmark::State& state) {
     sink = std::make_shared<DiscardingSink>();
     Log::addSink(sink);
   }
-  CapturingClient client;
+  testing::CapturingClient client;
   InputController controller(&client);
   InputController::setInputMode(InputController::InputMode::kana);
   std::vector<platform::KeyEvent> keys;
@@ -96,7 +82,7 @@ BENCHMARK(BM_ComposerInput);
 // Sixty keystrokes of romaji, then Return: the marked text is rebuilt after
 // every key and the kana are committed at the end.
 void BM_SentenceTypedAndCommitted(benchmark::State& state) {
-  CapturingClient client;
+  testing::CapturingClient client;
   InputController controller(&client);
   InputController::setInputMode(InputController::InputMode::kana);
   std::vector<platform::KeyEvent> keys;

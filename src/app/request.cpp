@@ -140,19 +140,18 @@ ParsedRequest parseRequest(std::string_view line) {
 }
 
 std::vector<KeyRequest> keysForText(std::string_view text) {
-  // Key codes of the keys whose characters the controller treats specially.
-  constexpr uint16_t returnKey = 36, tabKey = 48, spaceKey = 49;
+  namespace KeyCode = platform::KeyCode;
   std::vector<KeyRequest> keys;
   for (auto& character : text::characters(text)) {
     KeyRequest key;
     if (character == " ") {
-      key.code = spaceKey;
+      key.code = KeyCode::space;
       key.chars = " ";
     } else if (character == "\n" || character == "\r\n") {
-      key.code = returnKey;
+      key.code = KeyCode::returnKey;
       key.chars = "\r";
     } else if (character == "\t") {
-      key.code = tabKey;
+      key.code = KeyCode::tab;
       key.chars = "\t";
     } else {
       key.chars = std::move(character);

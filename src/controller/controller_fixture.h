@@ -16,21 +16,7 @@
 
 namespace orvane {
 
-namespace Key {
-inline constexpr uint16_t returnKey = 36;
-inline constexpr uint16_t tab = 48;
-inline constexpr uint16_t space = 49;
-inline constexpr uint16_t backspace = 51;
-inline constexpr uint16_t escape = 53;
-inline constexpr uint16_t keypadEnter = 76;
-inline constexpr uint16_t eisu = 102;
-inline constexpr uint16_t kana = 104;
-inline constexpr uint16_t forwardDelete = 117;
-inline constexpr uint16_t left = 123;
-inline constexpr uint16_t right = 124;
-inline constexpr uint16_t down = 125;
-inline constexpr uint16_t up = 126;
-}  // namespace Key
+namespace Key = platform::KeyCode;
 
 inline constexpr uint64_t shiftFlag = platform::ModifierFlag::shift;
 inline constexpr uint64_t keypadFlag = platform::ModifierFlag::numericPad;
@@ -42,9 +28,9 @@ inline std::optional<std::string> charactersOf(uint16_t code) {
     case Key::keypadEnter: return "\x03";
     case Key::tab: return "\t";
     case Key::space: return " ";
-    case Key::backspace: return "\x7f";
+    case Key::deleteBackward: return "\x7f";
     case Key::escape: return "\x1b";
-    case Key::forwardDelete: return "\uF728";
+    case Key::deleteForward: return "\uF728";
     case Key::left: return "\uF702";
     case Key::right: return "\uF703";
     case Key::down: return "\uF701";

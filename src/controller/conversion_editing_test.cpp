@@ -228,7 +228,7 @@ TEST_F(ConversionTest, ForgetDropsTheLearnedChoiceAndBoundariesAtTheClauseEdges)
   log->lines.clear();
   panel->clearRecords();
 
-  EXPECT_TRUE(key(Key::forwardDelete));
+  EXPECT_TRUE(key(Key::deleteForward));
   EXPECT_FALSE(Learning::isLearned("ねこ", "根子"));
   EXPECT_EQ(logged("forget"), (Strings{"forget: ねこ -> 根子", "forget segment: ねこいぬ"}));
   EXPECT_EQ(surfaces(), (Strings{"猫", dog, "鳥"}));
@@ -302,7 +302,7 @@ TEST_F(ConversionTest, LearnedBoundaryIsConfirmedWhenKeptAndForgottenWhenMovedAw
 }
 
 TEST_F(ConversionTest, BackspaceAndEscapeReturnToComposingWithoutLearning) {
-  for (uint16_t code : {Key::backspace, Key::escape}) {
+  for (uint16_t code : {Key::deleteBackward, Key::escape}) {
     restart();
     convert("nekoinutori");
     key(Key::right);
@@ -343,14 +343,14 @@ TEST_F(ConversionTest, TypingOnCommitsTheConversion) {
 // stays in range.
 TEST_F(ConversionTest, NoKeySequenceBreaksTheConversion) {
   const uint16_t codes[] = {Key::space, Key::space,  Key::left,     Key::right,         Key::up,
-                            Key::down,  Key::tab,    Key::backspace, Key::forwardDelete, Key::escape,
+                            Key::down,  Key::tab,    Key::deleteBackward, Key::deleteForward, Key::escape,
                             Key::returnKey, Key::eisu, Key::kana};
   const std::string letters = "kanejiutorinx-1T";
   std::mt19937 random(7);
   int convertingRounds = 0;
   for (int round = 0; round < 1500; ++round) {
     // While converting, mostly editing keys, so that conversions last.
-    const uint16_t editing[] = {Key::space, Key::left, Key::right, Key::up, Key::down, Key::tab, Key::forwardDelete};
+    const uint16_t editing[] = {Key::space, Key::left, Key::right, Key::up, Key::down, Key::tab, Key::deleteForward};
     auto r = random() % 4;
     if (controller->isConverting() && random() % 5 != 0) {
       key(editing[random() % std::size(editing)], (random() % 3 == 0) ? shiftFlag : 0);

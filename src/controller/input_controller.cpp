@@ -24,21 +24,7 @@ namespace Flag = platform::ModifierFlag;
 constexpr std::string_view kanaModeID = "com.orvane.inputmethod.OrvaneIME.Japanese";
 constexpr std::string_view directModeID = "com.orvane.inputmethod.OrvaneIME.Roman";
 
-namespace KeyCode {
-constexpr uint16_t returnKey = 36;
-constexpr uint16_t tab = 48;
-constexpr uint16_t space = 49;
-constexpr uint16_t deleteKey = 51;
-constexpr uint16_t escape = 53;
-constexpr uint16_t keypadEnter = 76;
-constexpr uint16_t eisu = 102;
-constexpr uint16_t kana = 104;
-constexpr uint16_t forwardDelete = 117;
-constexpr uint16_t left = 123;
-constexpr uint16_t right = 124;
-constexpr uint16_t down = 125;
-constexpr uint16_t up = 126;
-}  // namespace KeyCode
+namespace KeyCode = platform::KeyCode;
 
 constexpr uint64_t chordMask = Flag::control | Flag::option | Flag::command;
 constexpr int64_t candidatePageSize = 9;
@@ -234,7 +220,7 @@ bool InputController::dispatch(const platform::KeyEvent& e, platform::Client* cl
       }
       return true;
 
-    case KeyCode::deleteKey:
+    case KeyCode::deleteBackward:
       if (empty) return false;
       if (converting) {
         if (shift) {
@@ -249,7 +235,7 @@ bool InputController::dispatch(const platform::KeyEvent& e, platform::Client* cl
       }
       return true;
 
-    case KeyCode::forwardDelete:
+    case KeyCode::deleteForward:
       if (empty) return false;
       if (converting) {
         forgetFocusedCandidate(client);

@@ -19,7 +19,7 @@ TEST_F(KeyHandlingTest, WithNothingComposedEditingKeysPassAndAreLogged) {
     uint64_t flags;
   } cases[] = {
       {Key::returnKey, 0}, {Key::keypadEnter, 0}, {Key::tab, 0},           {Key::tab, shiftFlag},
-      {Key::space, 0},     {Key::backspace, 0},   {Key::backspace, shiftFlag}, {Key::forwardDelete, 0},
+      {Key::space, 0},     {Key::deleteBackward, 0},   {Key::deleteBackward, shiftFlag}, {Key::deleteForward, 0},
       {Key::escape, 0},    {Key::left, 0},        {Key::right, 0},          {Key::down, 0},
       {Key::up, 0},        {Key::left, shiftFlag},
   };
@@ -89,15 +89,15 @@ TEST_F(KeyHandlingTest, EditingKeysWhileComposing) {
       {"ka", Key::keypadEnter, 0, true, "", 0, "か"},
       {"ka", Key::tab, 0, false, "", 0, "か"},
       {"kak", Key::escape, 0, true, "", 0, ""},
-      {"a", Key::backspace, 0, true, "", 0, ""},
-      {"kak", Key::backspace, 0, true, "か", 1, ""},
-      {"kat", Key::backspace, shiftFlag, true, "か", 1, ""},
+      {"a", Key::deleteBackward, 0, true, "", 0, ""},
+      {"kak", Key::deleteBackward, 0, true, "か", 1, ""},
+      {"kat", Key::deleteBackward, shiftFlag, true, "か", 1, ""},
       {"aiu", Key::left, 0, true, "あいう", 2, ""},
       {"an", Key::left, 0, true, "あん", 1, ""},
       {"aiu", Key::right, 0, true, "あいう", 3, ""},
       {"aiu", Key::down, 0, true, "あいう", 3, ""},
       {"aiu", Key::up, 0, true, "あいう", 3, ""},
-      {"aiu", Key::forwardDelete, 0, true, "あいう", 3, ""},
+      {"aiu", Key::deleteForward, 0, true, "あいう", 3, ""},
   };
   for (const auto& c : cases) {
     restart();

@@ -22,8 +22,8 @@ class CandidatePanelDataSource {
 
 inline constexpr int panelTypeSingleColumn = 1;
 inline constexpr int locationHintBelowText = 2;
-inline constexpr uint16_t downArrowKeyCode = 125;
-inline constexpr uint16_t upArrowKeyCode = 126;
+inline constexpr uint16_t downArrowKeyCode = KeyCode::down;
+inline constexpr uint16_t upArrowKeyCode = KeyCode::up;
 
 class CandidatePanel {
  public:

@@ -20,6 +20,23 @@ inline constexpr uint64_t numericPad = 0x200000;
 inline constexpr uint64_t function = 0x800000;
 }  // namespace ModifierFlag
 
+// Virtual key codes of the keys the input method treats by their code.
+namespace KeyCode {
+inline constexpr uint16_t returnKey = 36;
+inline constexpr uint16_t tab = 48;
+inline constexpr uint16_t space = 49;
+inline constexpr uint16_t deleteBackward = 51;
+inline constexpr uint16_t escape = 53;
+inline constexpr uint16_t keypadEnter = 76;
+inline constexpr uint16_t eisu = 102;
+inline constexpr uint16_t kana = 104;
+inline constexpr uint16_t deleteForward = 117;
+inline constexpr uint16_t left = 123;
+inline constexpr uint16_t right = 124;
+inline constexpr uint16_t down = 125;
+inline constexpr uint16_t up = 126;
+}  // namespace KeyCode
+
 struct KeyEvent {
   uint64_t type = keyDownEventType;
   uint16_t keyCode = 0;

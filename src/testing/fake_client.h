@@ -57,6 +57,23 @@ class FakeClient final : public platform::Client {
   bool offersTextInput_;
 };
 
+// Keeps only the last marked text, as a text field would: no growth per call,
+// for benchmarks.
+class CapturingClient final : public platform::Client {
+ public:
+  std::optional<std::string> bundleIdentifier() const override { return "com.example.bench"; }
+  void setMarkedText(const platform::AttributedString& text, platform::TextRange selection,
+                     platform::TextRange) override {
+    marked = text.text;
+    caret = selection.location;
+  }
+  void insertText(std::string_view text, platform::TextRange) override { committed = text.size(); }
+  void selectInputMode(std::string_view) override {}
+  std::string marked;
+  int64_t caret = 0;
+  std::size_t committed = 0;
+};
+
 // The list panel, with every request the controller made of it recorded.
 class RecordingCandidatePanel final : public platform::ListCandidatePanel {
  public:

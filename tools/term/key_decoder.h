@@ -13,25 +13,13 @@ namespace orvane::term {
 
 // Virtual key codes of the keys a terminal can report.
 namespace KeyCode {
+using namespace platform::KeyCode;
 inline constexpr uint16_t character = 0;  // any printable key: the characters decide
-inline constexpr uint16_t returnKey = 36;
-inline constexpr uint16_t tab = 48;
-inline constexpr uint16_t space = 49;
-inline constexpr uint16_t deleteBackward = 51;
-inline constexpr uint16_t escape = 53;
-inline constexpr uint16_t keypadEnter = 76;
-inline constexpr uint16_t eisu = 102;
-inline constexpr uint16_t kana = 104;
 inline constexpr uint16_t help = 114;
 inline constexpr uint16_t home = 115;
 inline constexpr uint16_t pageUp = 116;
-inline constexpr uint16_t deleteForward = 117;
 inline constexpr uint16_t end = 119;
 inline constexpr uint16_t pageDown = 121;
-inline constexpr uint16_t left = 123;
-inline constexpr uint16_t right = 124;
-inline constexpr uint16_t down = 125;
-inline constexpr uint16_t up = 126;
 inline constexpr uint16_t f1 = 122;
 inline constexpr uint16_t f2 = 120;
 inline constexpr uint16_t f3 = 99;
