@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "mkdict.h"
 
 namespace orvane::mkdict {
@@ -32,6 +34,23 @@ BuildResult build(const BuildOptions& options, const Progress& progress) {
   }
   progress("renumbering context ids");
   renumber(lexicon);
+
+  // The rules correct IPADIC's costs; Mozc's own costs are already tuned.
+  if (!(mozc && !mozc->dictionaries.empty())) {
+    std::optional<SKKDictionary> skk;
+    if (options.skk && (options.adjustments.skkOrder || options.adjustments.skkWords)) {
+      progress("SKK: candidate order");
+      skk = readSKK(*options.skk, diagnostics);
+      credits.push_back({"SKK dictionary (" + options.skk->filename().string() + ")",
+                         versionOf(*options.skk, defaultSKK, "skkdic"),
+                         "the order of homonyms, which sets the relative costs of words of one reading; "
+                         "nouns and compounds missing from IPADIC (ut-skk.tsv)",
+                         findLicence({options.skk->parent_path() / "COPYING", "/usr/share/doc/skkdic/copyright"},
+                                     "skkdic")});
+    }
+    progress("adjusting costs");
+    applyAdjustments(lexicon, options.adjustments, skk ? &*skk : nullptr);
+  }
 
   ReadingTable emoji, symbols;
   if (mozc && mozc->emoji) emoji = readMozcEmoji(*mozc->emoji, diagnostics);
@@ -83,6 +102,8 @@ BuildResult build(const BuildOptions& options, const Progress& progress) {
   progress("sorting " + std::to_string(lexicon.words.size()) + " words");
   std::map<std::string, std::string> files;
   files["mozc.tsv"] = wordLines(lexicon.words);
+  if (std::any_of(lexicon.words.begin(), lexicon.words.end(), [](const WordEntry& w) { return w.list == "ut-skk.tsv"; }))
+    files["ut-skk.tsv"] = wordLines(lexicon.words, "ut-skk.tsv");
   files["connection.bin"] = connectionBytes(lexicon.grammar);
   files["id.def"] = idDefinitions(lexicon.grammar);
   files["emoji.tsv"] = emoji.lines();

@@ -36,11 +36,33 @@ Sources (each optional; at least one must give words):
                   unicode-cldr-core): common/annotations/ja.xml and
                   common/annotationsDerived/ja.xml give emoji and symbols.
   --no-cldr       do not read CLDR.
+  --skk FILE      SKK-JISYO (default /usr/share/skk/SKK-JISYO.L, package
+                  skkdic), EUC-JP: orders homonyms (rule skk-order).
+  --no-skk        do not read SKK.
   --mozc DIR      a Mozc source tree (or a flat directory of its files):
                   src/data/dictionary_oss/dictionary*.txt with id.def and
                   connection_single_column.txt replace IPADIC's words and costs;
                   src/data/emoji/emoji_data.tsv replaces CLDR's emoji and
                   src/data/symbol/symbol.tsv CLDR's symbols.
+
+Cost rules (applied to IPADIC's words, in this order; Mozc's costs are used
+as they are). Each is a general rule, deterministic, named for --without:
+  skk-order          homonyms of one reading are re-costed by SKK's order:
+                     the surface SKK lists first (for the reading, or for the
+                     stem plus okurigana letter, 思う -> おもu) gets the cost
+                     of the cheapest listed one, each later rank 300 more (up
+                     to rank 8); kanji spellings SKK does not list under the
+                     key cost at least 300 more than rank 8. Every entry of a
+                     surface moves by the same amount, keeping IPADIC's
+                     preferences among its parts of speech.
+  katakana-variants  +2000 for an all-katakana surface whose reading also has
+                     a kanji spelling (ヒト, コト, サル beside 人, 事, 猿);
+                     loanwords, which have none, keep their cost.
+  proper-nouns       +1000 for 名詞,固有名詞 (IPADIC's many rare names and places).
+  symbol-readings    +5000 for surfaces without kana or kanji read as kana
+                     (５ as ご, ￥ as えん, Χ as かい): offered, not chosen
+                     mid-sentence.
+  --without R[,R]    switch rules off; --no-adjust switches all of them off.
 
 Other options:
   -o, --output DIR  the data directory to (re)place, e.g.
@@ -99,6 +121,15 @@ Options parse(int argc, char** argv) {
     else if (arg == "--cldr") options.build.cldr = fs::path(value());
     else if (arg == "--no-cldr") options.build.cldr.reset();
     else if (arg == "--mozc") options.build.mozc = fs::path(value());
+    else if (arg == "--skk") options.build.skk = fs::path(value());
+    else if (arg == "--no-skk") options.build.skk.reset();
+    else if (arg == "--without") {
+      const std::string names = value();
+      for (auto name : split(names, ','))
+        if (!setAdjustment(options.build.adjustments, name, false)) fail("unknown rule " + std::string(name) + " (see --help)");
+    } else if (arg == "--no-adjust") {
+      for (auto name : adjustmentNames) setAdjustment(options.build.adjustments, name, false);
+    }
     else if (arg == "-q" || arg == "--quiet") options.quiet = true;
     else fail("unknown option " + arg + " (see --help)");
   }

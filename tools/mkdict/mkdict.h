@@ -37,6 +37,8 @@ struct WordEntry {
   int32_t rightID = 0;
   int32_t cost = 0;
   std::string surface;
+  // Words added from a vocabulary source go to their own list (ut-*.tsv).
+  std::string list = "mozc.tsv";
   bool operator==(const WordEntry&) const = default;
 };
 
@@ -124,6 +126,67 @@ ReadingOf readingResolver(const std::vector<WordEntry>& words);
 void addAnnotations(const std::vector<Annotation>& annotations, const ReadingOf& readingOf,
                     ReadingTable& emoji, ReadingTable& symbols);
 
+// SKK-JISYO (EUC-JP): "reading /cand1/cand2;annotation/", most common
+// first. Readings ending in a Latin letter are verb and adjective stems
+// before their okurigana (おもu /思/想/).
+using SKKDictionary = std::map<std::string, std::vector<std::string>, std::less<>>;
+SKKDictionary readSKK(const fs::path& file, Diagnostics& diagnostics);
+
+// ---- Cost rules ------------------------------------------------------------
+//
+// Deterministic, general adjustments of word costs after renumbering; each
+// can be switched off by name for measuring.
+
+struct Adjustments {
+  bool skkOrder = true;          // "skk-order"
+  bool katakanaVariants = true;  // "katakana-variants"
+  bool properNouns = true;       // "proper-nouns"
+  bool symbolReadings = true;    // "symbol-readings"
+  bool numerals = true;          // "numerals"
+  bool shortReadings = true;     // "short-readings"
+  bool kanaSpellings = true;     // "kana-spellings"
+  bool skkWords = true;          // "skk-words"
+};
+inline constexpr const char* adjustmentNames[] = {"skk-order",  "katakana-variants", "proper-nouns", "symbol-readings",
+                                                  "numerals",   "short-readings",    "kana-spellings", "skk-words"};
+// Whether a name is a rule's; sets it in `adjustments`.
+bool setAdjustment(Adjustments& adjustments, std::string_view name, bool on);
+
+// The SKK key (reading, or stem plus okurigana letter) and the candidate
+// (surface without okurigana) under which a word would be listed.
+std::optional<std::pair<std::string, std::string>> skkKey(std::string_view reading, std::string_view surface);
+
+// Homonyms of one reading get the costs their SKK order implies: the
+// surface SKK lists first costs what the cheapest listed one did, each later
+// one a step more; kanji surfaces SKK does not list for the key cost more
+// than all of them. A surface keeps the differences between its own entries
+// (its parts of speech).
+void applySKKOrder(Lexicon& lexicon, const SKKDictionary& skk);
+// SKK's nouns and compounds that the word list lacks, as common nouns in
+// "ut-skk.tsv": readings of three kana or more, surfaces of kanji and kana.
+// Their costs are then ordered with the rest by applySKKOrder.
+void addSKKWords(Lexicon& lexicon, const SKKDictionary& skk);
+// Katakana spellings of words that also have a kanji spelling under the same
+// reading: native words and names are rarely written in katakana.
+void penalizeKatakanaVariants(Lexicon& lexicon);
+// Proper nouns (名詞,固有名詞): IPADIC lists many rare names cheaply.
+void penalizeProperNouns(Lexicon& lexicon);
+// Digits, Latin and Greek letters and symbols read as kana (５ as ご, ￥ as
+// えん): they should be offered, not chosen on the way through a sentence.
+void penalizeSymbolReadings(Lexicon& lexicon);
+// Kanji numerals (名詞,数) with readings of one or two kana (二 に, 五 ご):
+// numbers are typed as digits, and these readings are everyday particles and words.
+void penalizeNumerals(Lexicon& lexicon);
+// Content words with a kanji surface and a one-kana reading (胃 い, 木 き):
+// each competes with particles and endings everywhere in a sentence.
+void penalizeShortReadings(Lexicon& lexicon);
+// Content words spelled wholly in hiragana are already charged for it at
+// conversion; IPADIC's costs count them by how often they are written so, so
+// they get that charge back.
+void creditKanaSpellings(Lexicon& lexicon);
+bool isContentWord(std::string_view partOfSpeech);
+void applyAdjustments(Lexicon& lexicon, const Adjustments& adjustments, const SKKDictionary* skk);
+
 // ---- Grammar -------------------------------------------------------------
 
 // Moves ids so that 0 is the sentence boundary and the user-word and
@@ -138,8 +201,9 @@ int16_t clampCost(int64_t cost);
 
 // ---- Output --------------------------------------------------------------
 
-// Word-list lines sorted by the bytes of whole lines, repeats removed.
-std::string wordLines(const std::vector<WordEntry>& words);
+// Word-list lines sorted by the bytes of whole lines, repeats removed; only
+// the words of the given list.
+std::string wordLines(const std::vector<WordEntry>& words, std::string_view list = "mozc.tsv");
 // Whether every line is >= the one before, by bytes; the first offending
 // line number (1-based) otherwise.
 std::optional<std::size_t> firstUnsortedLine(std::string_view content);
@@ -168,12 +232,15 @@ std::string findLicence(const std::vector<fs::path>& candidates, std::string_vie
 
 inline constexpr const char* defaultIPADIC = "/usr/share/mecab/dic/ipadic";
 inline constexpr const char* defaultCLDR = "/usr/share/unicode/cldr";
+inline constexpr const char* defaultSKK = "/usr/share/skk/SKK-JISYO.L";
 
 struct BuildOptions {
   fs::path output;
   std::optional<fs::path> ipadic = fs::path(defaultIPADIC);
   std::optional<fs::path> cldr = fs::path(defaultCLDR);
   std::optional<fs::path> mozc;
+  std::optional<fs::path> skk = fs::path(defaultSKK);
+  Adjustments adjustments;
 };
 
 struct BuildResult {

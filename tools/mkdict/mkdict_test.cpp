@@ -369,6 +369,7 @@ TEST(BuildTest, FixtureSourcesMakeACompleteDirectory) {
   options.output = dir / "Orvane IME.app/Contents/Resources/Mozc";
   options.ipadic = testdata / "ipadic";
   options.cldr = testdata / "cldr";
+  options.skk.reset();
   const BuildResult result = build(options, quiet);
   const fs::path out = options.output;
 
@@ -398,6 +399,7 @@ TEST(BuildTest, MozcReplacesWhatItOverlaps) {
   options.ipadic = testdata / "ipadic";
   options.cldr = testdata / "cldr";
   options.mozc = testdata / "mozc";
+  options.skk.reset();
   build(options, quiet);
   const std::string words = readFile(dir / "Mozc/mozc.tsv");
   EXPECT_EQ(words, "かんじ\t1851\t1851\t5352\t漢字\nが\t3\t3\t3000\tが\nきごう\t2644\t2644\t4000\t※\n");

@@ -45,11 +45,12 @@ std::string sibling(const fs::path& target, std::string_view kind, long pid) {
 
 }  // namespace
 
-std::string wordLines(const std::vector<WordEntry>& words) {
+std::string wordLines(const std::vector<WordEntry>& words, std::string_view list) {
   std::vector<std::string> lines;
   lines.reserve(words.size());
   for (const auto& w : words)
-    lines.push_back(w.reading + '\t' + std::to_string(w.leftID) + '\t' + std::to_string(w.rightID) + '\t' +
+    if (w.list == list)
+      lines.push_back(w.reading + '\t' + std::to_string(w.leftID) + '\t' + std::to_string(w.rightID) + '\t' +
                     std::to_string(w.cost) + '\t' + w.surface);
   // std::string compares as unsigned bytes (char_traits<char>::lt), the
   // order the input method's binary search expects.

@@ -1,0 +1,253 @@
+#include <algorithm>
+#include <tuple>
+#include <unordered_map>
+
+#include "mkdict.h"
+#include "text/text.h"
+
+namespace orvane::mkdict {
+namespace {
+
+// Past this rank SKK's candidates are rare spellings alike, ordered by cost.
+constexpr int32_t skkRankCap = 8;
+constexpr int32_t katakanaVariantPenalty = 2000;
+constexpr int32_t properNounPenalty = 1000;
+constexpr int32_t symbolReadingPenalty = 5000;
+constexpr int32_t numeralPenalty = 2000;
+// A common noun of middling frequency in IPADIC; SKK's later ranks cost more.
+constexpr int32_t skkWordCost = 5500;
+constexpr int32_t skkWordRankStep = 300;
+constexpr std::size_t skkWordMinimumReading = 3;
+constexpr int32_t shortReadingPenalty = 1500;
+// What the converter charges a content word written all in hiragana.
+constexpr int32_t hiraganaCharge = 600;
+
+bool isHiraganaScalar(char32_t c) { return c >= 0x3041 && c <= 0x3096; }
+bool isKatakanaScalar(char32_t c) { return (c >= 0x30A1 && c <= 0x30FA) || c == 0x30FC; }
+bool isHanScalar(char32_t c) {
+  return (c >= 0x4E00 && c <= 0x9FFF) || (c >= 0x3400 && c <= 0x4DBF) || (c >= 0xF900 && c <= 0xFAFF) ||
+         (c >= 0x20000 && c <= 0x3134F) || c == U'々' || c == U'〆' || c == U'ヶ';
+}
+
+bool hasHan(std::string_view s) {
+  for (char32_t c : text::scalars(s))
+    if (isHanScalar(c)) return true;
+  return false;
+}
+
+bool allKatakana(std::string_view s) {
+  const auto scalars = text::scalars(s);
+  return !scalars.empty() && std::all_of(scalars.begin(), scalars.end(), isKatakanaScalar) &&
+         !std::all_of(scalars.begin(), scalars.end(), [](char32_t c) { return c == 0x30FC; });
+}
+
+// The Latin letter SKK writes for an okurigana's first kana.
+char okuriLetter(char32_t kana) {
+  static const std::u32string rows[] = {
+      U"あ", U"い", U"う", U"え", U"お", U"かきくけこ", U"がぎぐげご", U"さしすせそ", U"ざじずぜぞ",
+      U"たちつてとっ", U"だぢづでど", U"なにぬねの", U"はひふへほ", U"ばびぶべぼ", U"ぱぴぷぺぽ",
+      U"まみむめも", U"やゆよ", U"らりるれろ", U"わを", U"ん"};
+  static const char letters[] = "aiueokgsztdnhbpmyrwn";
+  for (std::size_t i = 0; i < std::size(rows); ++i)
+    if (rows[i].find(kana) != std::u32string::npos) return letters[i];
+  return 0;
+}
+
+}  // namespace
+
+bool setAdjustment(Adjustments& adjustments, std::string_view name, bool on) {
+  if (name == "skk-order") adjustments.skkOrder = on;
+  else if (name == "katakana-variants") adjustments.katakanaVariants = on;
+  else if (name == "proper-nouns") adjustments.properNouns = on;
+  else if (name == "symbol-readings") adjustments.symbolReadings = on;
+  else if (name == "numerals") adjustments.numerals = on;
+  else if (name == "short-readings") adjustments.shortReadings = on;
+  else if (name == "kana-spellings") adjustments.kanaSpellings = on;
+  else if (name == "skk-words") adjustments.skkWords = on;
+  else return false;
+  return true;
+}
+
+SKKDictionary readSKK(const fs::path& file, Diagnostics& diagnostics) {
+  if (!fs::exists(file))
+    throw SourceError("SKK dictionary not found at " + file.string() +
+                      ": install the Debian package skkdic or pass --skk FILE (or --no-skk)");
+  auto content = text::fromEUCJP(readWhole(file));
+  if (!content) throw SourceError("cannot decode " + file.string() + " as EUC-JP");
+  SKKDictionary skk;
+  const std::string label = file.filename().string();
+  for (auto line : splitLines(*content)) {
+    if (line.empty() || line.front() == ';') continue;
+    const auto space = line.find(" /");
+    if (space == std::string_view::npos || space == 0 || line.back() != '/') {
+      diagnostics.malformed(label, line);
+      continue;
+    }
+    auto& candidates = skk[std::string(line.substr(0, space))];
+    for (auto piece : split(line.substr(space + 2, line.size() - space - 3), '/')) {
+      piece = piece.substr(0, piece.find(';'));
+      // "(concat ...)" entries are programs, not words.
+      if (piece.empty() || piece.front() == '(') continue;
+      if (std::find(candidates.begin(), candidates.end(), piece) == candidates.end()) candidates.emplace_back(piece);
+    }
+  }
+  return skk;
+}
+
+std::optional<std::pair<std::string, std::string>> skkKey(std::string_view reading, std::string_view surface) {
+  const std::u32string s = text::scalars(surface);
+  std::size_t head = s.size();
+  while (head > 0 && isHiraganaScalar(s[head - 1])) --head;
+  if (head == 0) return std::nullopt;
+  const std::string tail = text::fromScalars(s.substr(head));
+  const std::string stem = text::fromScalars(s.substr(0, head));
+  if (tail.empty()) return std::pair{std::string(reading), stem};
+  if (reading.size() <= tail.size() || !reading.ends_with(tail)) return std::nullopt;
+  const char letter = okuriLetter(s[head]);
+  if (!letter) return std::nullopt;
+  return std::pair{std::string(reading.substr(0, reading.size() - tail.size())) + letter, stem};
+}
+
+void applySKKOrder(Lexicon& lexicon, const SKKDictionary& skk) {
+  // Words by reading, in a stable order so the result never depends on hashing.
+  std::map<std::string_view, std::vector<std::size_t>> byReading;
+  for (std::size_t i = 0; i < lexicon.words.size(); ++i) byReading[lexicon.words[i].reading].push_back(i);
+
+  for (const auto& [reading, indices] : byReading) {
+    // Rank of each surface with kanji; -1 where its key is listed but it is not.
+    std::map<std::string, int32_t> rank;
+    for (std::size_t i : indices) {
+      const auto& word = lexicon.words[i];
+      if (rank.count(word.surface) || !hasHan(word.surface)) continue;
+      auto key = skkKey(word.reading, word.surface);
+      if (!key) continue;
+      auto it = skk.find(key->first);
+      if (it == skk.end()) continue;
+      auto at = std::find(it->second.begin(), it->second.end(), key->second);
+      rank[word.surface] = at == it->second.end() ? -1 : static_cast<int32_t>(std::min<std::ptrdiff_t>(at - it->second.begin(), skkRankCap));
+    }
+    if (rank.empty()) continue;
+    // The cheapest entry of each ranked surface.
+    std::map<std::string, int32_t> cheapest;
+    for (std::size_t i : indices) {
+      const auto& word = lexicon.words[i];
+      if (!rank.count(word.surface)) continue;
+      auto [it, fresh] = cheapest.emplace(word.surface, word.cost);
+      if (!fresh) it->second = std::min(it->second, word.cost);
+    }
+    // The reading's costs are dealt out again in SKK's order: the group gets
+    // no cheaper as a whole, so it cannot crowd out other segmentations.
+    std::vector<int32_t> costs;
+    std::vector<std::pair<std::tuple<int32_t, int32_t, std::string>, std::string>> order;
+    for (const auto& [surface, r] : rank) {
+      costs.push_back(cheapest[surface]);
+      order.push_back({{r >= 0 ? r : skkRankCap + 1, cheapest[surface], surface}, surface});
+    }
+    std::sort(costs.begin(), costs.end());
+    std::sort(order.begin(), order.end());
+    std::map<std::string, int32_t> shift;
+    for (std::size_t k = 0; k < order.size(); ++k) shift[order[k].second] = costs[k] - cheapest[order[k].second];
+    for (std::size_t i : indices) {
+      auto& word = lexicon.words[i];
+      if (auto it = shift.find(word.surface); it != shift.end()) word.cost += it->second;
+    }
+  }
+}
+
+void addSKKWords(Lexicon& lexicon, const SKKDictionary& skk) {
+  std::unordered_map<std::string, std::vector<std::string>> known;
+  for (const auto& word : lexicon.words) known[word.reading].push_back(word.surface);
+  std::vector<WordEntry> added;
+  for (const auto& [reading, candidates] : skk) {
+    const auto r = text::scalars(reading);
+    if (r.size() < skkWordMinimumReading ||
+        !std::all_of(r.begin(), r.end(), [](char32_t c) { return isHiraganaScalar(c) || c == 0x30FC; }))
+      continue;
+    const auto& surfaces = known[reading];
+    for (std::size_t rank = 0; rank < candidates.size(); ++rank) {
+      const std::string& surface = candidates[rank];
+      const auto s = text::scalars(surface);
+      const bool wordLike = std::all_of(s.begin(), s.end(), [](char32_t c) {
+        return isHanScalar(c) || isHiraganaScalar(c) || isKatakanaScalar(c);
+      });
+      if (!wordLike || !hasHan(surface) || std::find(surfaces.begin(), surfaces.end(), surface) != surfaces.end())
+        continue;
+      added.push_back({reading, userWordID, userWordID,
+                       skkWordCost + skkWordRankStep * static_cast<int32_t>(std::min<std::size_t>(rank, skkRankCap)),
+                       surface, "ut-skk.tsv"});
+    }
+  }
+  lexicon.words.insert(lexicon.words.end(), added.begin(), added.end());
+}
+
+void penalizeKatakanaVariants(Lexicon& lexicon) {
+  std::unordered_map<std::string, bool> hasKanjiSpelling;
+  for (const auto& word : lexicon.words)
+    if (hasHan(word.surface)) hasKanjiSpelling[word.reading] = true;
+  for (auto& word : lexicon.words)
+    if (allKatakana(word.surface) && hasKanjiSpelling.count(word.reading)) word.cost += katakanaVariantPenalty;
+}
+
+void penalizeProperNouns(Lexicon& lexicon) {
+  for (auto& word : lexicon.words)
+    if (lexicon.grammar.names[word.leftID].starts_with("名詞,固有名詞,")) word.cost += properNounPenalty;
+}
+
+void penalizeSymbolReadings(Lexicon& lexicon) {
+  for (auto& word : lexicon.words) {
+    if (word.surface == word.reading) continue;
+    const auto scalars = text::scalars(word.surface);
+    const bool plain = std::none_of(scalars.begin(), scalars.end(), [](char32_t c) {
+      return isHanScalar(c) || isHiraganaScalar(c) || isKatakanaScalar(c);
+    });
+    const auto reading = text::scalars(word.reading);
+    const bool kanaReading = std::all_of(reading.begin(), reading.end(),
+                                         [](char32_t c) { return isHiraganaScalar(c) || c == 0x30FC; });
+    if (plain && kanaReading && !scalars.empty()) word.cost += symbolReadingPenalty;
+  }
+}
+
+bool isContentWord(std::string_view name) {
+  // The classes the converter treats as leaning on a neighbour.
+  static constexpr std::string_view leaning[] = {"助詞,",         "助動詞,",       "動詞,非自立,", "動詞,接尾,",
+                                                 "形容詞,非自立,", "形容詞,接尾,", "名詞,接尾,",   "名詞,非自立,",
+                                                 "記号,句点,",     "記号,読点,",   "接頭詞,"};
+  return std::none_of(std::begin(leaning), std::end(leaning), [&](std::string_view p) { return name.starts_with(p); });
+}
+
+void penalizeNumerals(Lexicon& lexicon) {
+  for (auto& word : lexicon.words)
+    if (lexicon.grammar.names[word.leftID].starts_with("名詞,数,") && hasHan(word.surface) &&
+        text::characterCount(word.reading) <= 2)
+      word.cost += numeralPenalty;
+}
+
+void penalizeShortReadings(Lexicon& lexicon) {
+  for (auto& word : lexicon.words)
+    if (!lexicon.grammar.names[word.leftID].starts_with("名詞,接尾,助数詞,") && hasHan(word.surface) &&
+        text::characterCount(word.reading) == 1)
+      word.cost += shortReadingPenalty;
+}
+
+void creditKanaSpellings(Lexicon& lexicon) {
+  for (auto& word : lexicon.words) {
+    if (!isContentWord(lexicon.grammar.names[word.leftID])) continue;
+    const auto scalars = text::scalars(word.surface);
+    if (!scalars.empty() && std::all_of(scalars.begin(), scalars.end(),
+                                        [](char32_t c) { return isHiraganaScalar(c) || c == 0x30FC; }))
+      word.cost -= hiraganaCharge;
+  }
+}
+
+void applyAdjustments(Lexicon& lexicon, const Adjustments& adjustments, const SKKDictionary* skk) {
+  if (adjustments.skkWords && skk) addSKKWords(lexicon, *skk);
+  if (adjustments.skkOrder && skk) applySKKOrder(lexicon, *skk);
+  if (adjustments.katakanaVariants) penalizeKatakanaVariants(lexicon);
+  if (adjustments.properNouns) penalizeProperNouns(lexicon);
+  if (adjustments.symbolReadings) penalizeSymbolReadings(lexicon);
+  if (adjustments.numerals) penalizeNumerals(lexicon);
+  if (adjustments.shortReadings) penalizeShortReadings(lexicon);
+  if (adjustments.kanaSpellings) creditKanaSpellings(lexicon);
+}
+
+}  // namespace orvane::mkdict

@@ -1,0 +1,174 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "mkdict.h"
+#include "testing/environment.h"
+
+namespace orvane::mkdict {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using orvane::testing::readFile;
+using orvane::testing::TempDir;
+
+const fs::path testdata = fs::path(ORVANE_SOURCE_DIR) / "tools/mkdict/testdata";
+
+// A grammar whose ids carry the names the rules look at.
+Lexicon lexiconOf(std::vector<WordEntry> words) {
+  Lexicon lexicon;
+  lexicon.grammar.names.assign(2645, "");
+  lexicon.grammar.names[0] = "BOS/EOS,*,*,*,*,*,*";
+  lexicon.grammar.names[1] = "助詞,係助詞,*,*,*,*,は";
+  lexicon.grammar.names[2] = "名詞,固有名詞,地域,一般,*,*,*";
+  lexicon.grammar.names[3] = "名詞,数,*,*,*,*,*";
+  lexicon.grammar.names[4] = "名詞,接尾,助数詞,*,*,*,*";
+  lexicon.grammar.names[5] = "名詞,副詞可能,*,*,*,*,*";
+  lexicon.grammar.names[6] = "形容詞,自立,*,*,形容詞・アウオ段,基本形,*";
+  lexicon.grammar.names[userWordID] = std::string(userWordName);
+  lexicon.grammar.names[fallbackSymbolID] = std::string(fallbackSymbolName);
+  lexicon.words = std::move(words);
+  return lexicon;
+}
+
+int32_t costOf(const Lexicon& lexicon, std::string_view surface, int32_t leftID = -1) {
+  for (const auto& w : lexicon.words)
+    if (w.surface == surface && (leftID < 0 || w.leftID == leftID)) return w.cost;
+  ADD_FAILURE() << "no word " << surface;
+  return 0;
+}
+
+TEST(SKKTest, ReadsCandidatesWithoutAnnotationsOrPrograms) {
+  Diagnostics diagnostics;
+  const SKKDictionary skk = readSKK(testdata / "skk/SKK-JISYO.test", diagnostics);
+  EXPECT_THAT(skk.at("おもu"), ElementsAre("思", "想"));
+  EXPECT_THAT(skk.at("あと"), ElementsAre("後", "跡"));
+  EXPECT_THAT(skk.at("じょしこうせい"), ElementsAre("女子高生", "JK"));
+  EXPECT_EQ(skk.size(), 7u);
+  EXPECT_EQ(diagnostics.count(), 1u);
+  try {
+    readSKK("/nonexistent/SKK-JISYO.L", diagnostics);
+    FAIL();
+  } catch (const SourceError& e) {
+    EXPECT_THAT(e.what(), HasSubstr("skkdic"));
+  }
+}
+
+TEST(SKKTest, KeysSplitOkuriganaByItsFirstKana) {
+  struct Case {
+    const char* reading;
+    const char* surface;
+    std::optional<std::pair<std::string, std::string>> key;
+  };
+  for (const Case& c : {
+           Case{"おもう", "思う", std::pair{"おもu", "思"}},
+           Case{"いっ", "言っ", std::pair{"いt", "言"}},
+           Case{"かんじ", "漢字", std::pair{"かんじ", "漢字"}},
+           Case{"とりあつかい", "取り扱い", std::pair{"とりあつかi", "取り扱"}},
+           Case{"しんじ", "信じ", std::pair{"しんz", "信"}},
+           Case{"さいちぇっく", "再チェック", std::pair{"さいちぇっく", "再チェック"}},
+           Case{"すごい", "すごい", std::nullopt},    // nothing before the kana
+           Case{"おもう", "想ふ", std::nullopt},      // the reading does not end in the okurigana
+       })
+    EXPECT_EQ(skkKey(c.reading, c.surface), c.key) << c.surface;
+}
+
+TEST(SKKTest, HomonymsTakeTheReadingsCostsInSKKOrder) {
+  Lexicon lexicon = lexiconOf({
+      {"あと", userWordID, userWordID, 5401, "跡"},
+      {"あと", 5, 5, 10122, "後"},
+      {"あと", userWordID, userWordID, 10550, "後"},
+      {"あと", 2, 2, 9128, "阿戸"},
+      {"あと", 5, 5, 6788, "あと"},
+      {"おもう", 6, 6, 7000, "想う"},
+      {"おもう", 6, 6, 7500, "思う"},
+      {"けんざかい", userWordID, userWordID, 9000, "県堺"},
+  });
+  Diagnostics diagnostics;
+  applySKKOrder(lexicon, readSKK(testdata / "skk/SKK-JISYO.test", diagnostics));
+  // The reading's costs 5401, 9128, 10122 are dealt out as 後, 跡, then the unlisted 阿戸.
+  EXPECT_EQ(costOf(lexicon, "後", 5), 5401);
+  EXPECT_EQ(costOf(lexicon, "後", userWordID), 5401 + 428) << "a surface's other entries move with it";
+  EXPECT_EQ(costOf(lexicon, "跡"), 9128);
+  EXPECT_EQ(costOf(lexicon, "阿戸"), 10122);
+  EXPECT_EQ(costOf(lexicon, "あと"), 6788) << "kana spellings are not SKK's to order";
+  EXPECT_EQ(costOf(lexicon, "思う"), 7000);
+  EXPECT_EQ(costOf(lexicon, "想う"), 7500);
+  EXPECT_EQ(costOf(lexicon, "県堺"), 9000) << "with no listed spelling there is nothing to order by";
+}
+
+TEST(SKKTest, MissingNounsGoToTheirOwnSortedList) {
+  Lexicon lexicon = lexiconOf({{"かんじ", userWordID, userWordID, 5352, "漢字"}});
+  Diagnostics diagnostics;
+  addSKKWords(lexicon, readSKK(testdata / "skk/SKK-JISYO.test", diagnostics));
+  EXPECT_EQ(wordLines(lexicon.words, "ut-skk.tsv"),
+            "かんじ\t1851\t1851\t5800\t感じ\n"
+            "かんじ\t1851\t1851\t6100\t幹事\n"
+            "けんざかい\t1851\t1851\t5500\t県境\n"
+            "じょしこうせい\t1851\t1851\t5500\t女子高生\n");
+  EXPECT_EQ(wordLines(lexicon.words), "かんじ\t1851\t1851\t5352\t漢字\n");
+}
+
+TEST(CostRulesTest, EachRuleTouchesOnlyItsWords) {
+  struct Case {
+    const char* rule;
+    WordEntry word;
+    int32_t change;
+  };
+  const std::vector<WordEntry> context = {{"ひと", userWordID, userWordID, 7000, "人"}};
+  for (const Case& c : {
+           Case{"katakana-variants", {"ひと", userWordID, userWordID, 4000, "ヒト"}, 2000},
+           Case{"katakana-variants", {"べっど", userWordID, userWordID, 4000, "ベッド"}, 0},
+           Case{"katakana-variants", {"ー", userWordID, userWordID, 4000, "ー"}, 0},
+           Case{"proper-nouns", {"あと", 2, 2, 9000, "阿戸"}, 1000},
+           Case{"proper-nouns", {"あと", userWordID, userWordID, 9000, "跡"}, 0},
+           Case{"symbol-readings", {"ご", 3, 3, 3000, "５"}, 5000},
+           Case{"symbol-readings", {"えん", fallbackSymbolID, fallbackSymbolID, 3000, "￥"}, 5000},
+           Case{"symbol-readings", {"→", fallbackSymbolID, fallbackSymbolID, 1800, "→"}, 0},
+           Case{"symbol-readings", {"えむでぃー", userWordID, userWordID, 3000, "ＭＤ"}, 5000},
+           Case{"numerals", {"に", 3, 3, 4400, "二"}, 2000},
+           Case{"numerals", {"ひゃくまん", 3, 3, 4400, "百万"}, 0},
+           Case{"numerals", {"ご", 3, 3, 4400, "５"}, 0},
+           Case{"short-readings", {"い", userWordID, userWordID, 6000, "胃"}, 1500},
+           Case{"short-readings", {"こ", 4, 4, 6000, "個"}, 0},
+           Case{"short-readings", {"いい", 6, 6, 6000, "良い"}, 0},
+           Case{"kana-spellings", {"すごい", 6, 6, 6800, "すごい"}, -600},
+           Case{"kana-spellings", {"は", 1, 1, 3800, "は"}, 0},
+           Case{"kana-spellings", {"ひと", userWordID, userWordID, 4000, "ヒト"}, 0},
+       }) {
+    Adjustments only;
+    for (auto name : adjustmentNames) setAdjustment(only, name, false);
+    ASSERT_TRUE(setAdjustment(only, c.rule, true));
+    std::vector<WordEntry> words = context;
+    words.push_back(c.word);
+    Lexicon lexicon = lexiconOf(words);
+    applyAdjustments(lexicon, only, nullptr);
+    EXPECT_EQ(lexicon.words.back().cost - c.word.cost, c.change) << c.rule << " " << c.word.surface;
+    EXPECT_EQ(lexicon.words.front().cost, 7000) << c.rule << " touched 人";
+  }
+  Adjustments adjustments;
+  EXPECT_FALSE(setAdjustment(adjustments, "no-such-rule", false));
+}
+
+TEST(CostRulesTest, BuildWithSKKWritesTheExtraListAndCreditsIt) {
+  TempDir dir;
+  BuildOptions options;
+  options.output = dir / "Mozc";
+  options.ipadic = testdata / "ipadic";
+  options.cldr = testdata / "cldr";
+  options.skk = testdata / "skk/SKK-JISYO.test";
+  build(options, [](std::string_view) {});
+  const std::string extra = readFile(dir / "Mozc/ut-skk.tsv");
+  EXPECT_THAT(extra, HasSubstr("けんざかい\t1851\t1851\t5500\t県境\n"));
+  EXPECT_EQ(firstUnsortedLine(extra), std::nullopt);
+  EXPECT_THAT(readFile(dir / "Mozc/CREDITS.txt"), HasSubstr("Fixture licence for the small SKK sample."));
+
+  options.adjustments.skkOrder = false;
+  options.adjustments.skkWords = false;
+  build(options, [](std::string_view) {});
+  EXPECT_FALSE(fs::exists(dir / "Mozc/ut-skk.tsv"));
+  EXPECT_THAT(readFile(dir / "Mozc/CREDITS.txt"), ::testing::Not(HasSubstr("SKK")));
+}
+
+}  // namespace
+}  // namespace orvane::mkdict
