@@ -45,8 +45,13 @@ TestSet parseSet(std::string_view content) {
     Item item;
     item.line = number;
     const bool checked = f.size() >= 4 && f[3].starts_with("Conversion ");
-    if (checked && f[0].ends_with(":")) {
+    if (f.size() >= 6 && f[0].ends_with(":")) {
       ++formats["evaluation"];
+      // Suggestion checks are about prediction, which conversion does not do.
+      if (!checked) {
+        ++set.skippedLines;
+        continue;
+      }
       item.reading = f[1];
       item.expected = {std::string(f[2])};
     } else if (checked) {

@@ -20,6 +20,7 @@ TEST(ParseSetTest, ThreeLayoutsCommentsAndRepeatedReadings) {
       "OK:\tかんじ\t漢字\tConversion Expected\t9\t2.26\n"
       "OK:\tかんじ\t漢字\tConversion Match\t漢\t2.26\n"
       "FAILED:\tかんじ\t感じ\tConversion Match\t感\t2.26\n"
+      "OK:\tぱわふる\tパワフル\tSuggestion Not Expected\tパワフル急速\t2.26\n"
       "regression\tこじんよう\t個人用\tConversion Expected\n"
       "regression\tこじん\t故人\tConversion Not Expected\n"
       "きょう\t今日\t京\r\n"
@@ -32,8 +33,8 @@ TEST(ParseSetTest, ThreeLayoutsCommentsAndRepeatedReadings) {
   EXPECT_EQ(set.items[1].reading, "こじんよう");
   EXPECT_TRUE(set.items[1].containsCheck);
   EXPECT_THAT(set.items[2].expected, ElementsAre("今日", "京"));
-  EXPECT_EQ(set.items[2].line, 7u);
-  EXPECT_EQ(set.skippedLines, 2u);
+  EXPECT_EQ(set.items[2].line, 8u);
+  EXPECT_EQ(set.skippedLines, 3u);
 }
 
 TEST(ReachableTest, ExactAndContainedAcrossClauses) {
