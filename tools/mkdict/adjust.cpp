@@ -18,6 +18,10 @@ constexpr int32_t numeralPenalty = 2000;
 constexpr int32_t skkWordCost = 5500;
 constexpr int32_t skkWordRankStep = 300;
 constexpr std::size_t skkWordMinimumReading = 3;
+// A longer reading stands for more words that a split would need, each with
+// its own cost; so long compounds get cheaper, down to a floor.
+constexpr int32_t skkWordLengthCredit = 400;
+constexpr int32_t skkWordFloor = 4000;
 constexpr int32_t shortReadingPenalty = 1500;
 // What the converter charges a content word written all in hiragana.
 constexpr int32_t hiraganaCharge = 600;
@@ -119,12 +123,20 @@ void applySKKOrder(Lexicon& lexicon, const SKKDictionary& skk) {
     for (std::size_t i : indices) {
       const auto& word = lexicon.words[i];
       if (rank.count(word.surface) || !hasHan(word.surface)) continue;
-      auto key = skkKey(word.reading, word.surface);
-      if (!key) continue;
-      auto it = skk.find(key->first);
-      if (it == skk.end()) continue;
-      auto at = std::find(it->second.begin(), it->second.end(), key->second);
-      rank[word.surface] = at == it->second.end() ? -1 : static_cast<int32_t>(std::min<std::ptrdiff_t>(at - it->second.begin(), skkRankCap));
+      auto rankIn = [&](std::string_view key, std::string_view candidate) -> std::optional<int32_t> {
+        auto it = skk.find(key);
+        if (it == skk.end()) return std::nullopt;
+        auto at = std::find(it->second.begin(), it->second.end(), candidate);
+        if (at == it->second.end()) return -1;
+        return static_cast<int32_t>(std::min<std::ptrdiff_t>(at - it->second.begin(), skkRankCap));
+      };
+      // Stems under their okurigana key first (思 under おもu), then whole
+      // words under the reading (火回り under ひまわり): whichever lists it.
+      std::optional<int32_t> r;
+      if (auto key = skkKey(word.reading, word.surface)) r = rankIn(key->first, key->second);
+      if (!r || *r < 0)
+        if (auto whole = rankIn(word.reading, word.surface); whole && (!r || *whole >= 0)) r = whole;
+      if (r) rank[word.surface] = *r;
     }
     if (rank.empty()) continue;
     // The cheapest entry of each ranked surface.
@@ -172,8 +184,10 @@ void addSKKWords(Lexicon& lexicon, const SKKDictionary& skk) {
       });
       if (!wordLike || !hasHan(surface) || std::find(surfaces.begin(), surfaces.end(), surface) != surfaces.end())
         continue;
+      const int32_t lengthCredit = skkWordLengthCredit * static_cast<int32_t>(r.size() - skkWordMinimumReading);
       added.push_back({reading, userWordID, userWordID,
-                       skkWordCost + skkWordRankStep * static_cast<int32_t>(std::min<std::size_t>(rank, skkRankCap)),
+                       std::max(skkWordFloor, skkWordCost - lengthCredit) +
+                           skkWordRankStep * static_cast<int32_t>(std::min<std::size_t>(rank, skkRankCap)),
                        surface, "ut-skk.tsv"});
     }
   }

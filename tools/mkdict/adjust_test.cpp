@@ -83,6 +83,8 @@ TEST(SKKTest, HomonymsTakeTheReadingsCostsInSKKOrder) {
       {"おもう", 6, 6, 7000, "想う"},
       {"おもう", 6, 6, 7500, "思う"},
       {"けんざかい", userWordID, userWordID, 9000, "県堺"},
+      {"かんじ", userWordID, userWordID, 5000, "感じ"},
+      {"かんじ", userWordID, userWordID, 6000, "漢字"},
   });
   Diagnostics diagnostics;
   applySKKOrder(lexicon, readSKK(testdata / "skk/SKK-JISYO.test", diagnostics));
@@ -95,6 +97,9 @@ TEST(SKKTest, HomonymsTakeTheReadingsCostsInSKKOrder) {
   EXPECT_EQ(costOf(lexicon, "思う"), 7000);
   EXPECT_EQ(costOf(lexicon, "想う"), 7500);
   EXPECT_EQ(costOf(lexicon, "県堺"), 9000) << "with no listed spelling there is nothing to order by";
+  // 感じ ends in kana but SKK lists it whole under its reading.
+  EXPECT_EQ(costOf(lexicon, "漢字"), 5000);
+  EXPECT_EQ(costOf(lexicon, "感じ"), 6000);
 }
 
 TEST(SKKTest, MissingNounsGoToTheirOwnSortedList) {
@@ -104,8 +109,8 @@ TEST(SKKTest, MissingNounsGoToTheirOwnSortedList) {
   EXPECT_EQ(wordLines(lexicon.words, "ut-skk.tsv"),
             "かんじ\t1851\t1851\t5800\t感じ\n"
             "かんじ\t1851\t1851\t6100\t幹事\n"
-            "けんざかい\t1851\t1851\t5500\t県境\n"
-            "じょしこうせい\t1851\t1851\t5500\t女子高生\n");
+            "けんざかい\t1851\t1851\t4700\t県境\n"
+            "じょしこうせい\t1851\t1851\t4000\t女子高生\n");
   EXPECT_EQ(wordLines(lexicon.words), "かんじ\t1851\t1851\t5352\t漢字\n");
 }
 
@@ -159,7 +164,7 @@ TEST(CostRulesTest, BuildWithSKKWritesTheExtraListAndCreditsIt) {
   options.skk = testdata / "skk/SKK-JISYO.test";
   build(options, [](std::string_view) {});
   const std::string extra = readFile(dir / "Mozc/ut-skk.tsv");
-  EXPECT_THAT(extra, HasSubstr("けんざかい\t1851\t1851\t5500\t県境\n"));
+  EXPECT_THAT(extra, HasSubstr("けんざかい\t1851\t1851\t4700\t県境\n"));
   EXPECT_EQ(firstUnsortedLine(extra), std::nullopt);
   EXPECT_THAT(readFile(dir / "Mozc/CREDITS.txt"), HasSubstr("Fixture licence for the small SKK sample."));
 

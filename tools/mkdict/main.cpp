@@ -20,6 +20,7 @@ const char* const usage = R"(Usage: orvane-mkdict --output DIR [options]
 Builds the dictionary data directory of Orvane IME:
   mozc.tsv        word list: reading TAB left id TAB right id TAB cost TAB surface,
                   sorted by the bytes of whole lines (checked after writing)
+  ut-skk.tsv      extra word list in the same format (rule skk-words)
   connection.bin  connection costs: N (uint32), then N*N int16, little-endian,
                   row = right id of the earlier word, column = left id of the later
   id.def          "id name" for every context id a word uses
@@ -45,16 +46,20 @@ Sources (each optional; at least one must give words):
                   src/data/emoji/emoji_data.tsv replaces CLDR's emoji and
                   src/data/symbol/symbol.tsv CLDR's symbols.
 
-Cost rules (applied to IPADIC's words, in this order; Mozc's costs are used
+Cost rules (applied to IPADIC's words; Mozc's costs are used
 as they are). Each is a general rule, deterministic, named for --without:
-  skk-order          homonyms of one reading are re-costed by SKK's order:
-                     the surface SKK lists first (for the reading, or for the
-                     stem plus okurigana letter, 思う -> おもu) gets the cost
-                     of the cheapest listed one, each later rank 300 more (up
-                     to rank 8); kanji spellings SKK does not list under the
-                     key cost at least 300 more than rank 8. Every entry of a
-                     surface moves by the same amount, keeping IPADIC's
-                     preferences among its parts of speech.
+  skk-words          SKK's words missing from IPADIC (readings of 3 kana or
+                     more, surfaces of kanji and kana) are added as common
+                     nouns (id 1851) to ut-skk.tsv, cost 5500 less 400 a kana
+                     past the third (at least 4000), plus 300 a SKK rank.
+  skk-order          the kanji spellings of one reading deal out that
+                     reading's costs again in SKK's order (the stem plus
+                     okurigana letter, 思う -> おもu, or the whole word): the
+                     one SKK lists first gets the lowest cost, spellings SKK
+                     does not list the highest. The reading gets no cheaper
+                     as a whole; every entry of a surface moves by the same
+                     amount, keeping IPADIC's preferences among its parts of
+                     speech.
   katakana-variants  +2000 for an all-katakana surface whose reading also has
                      a kanji spelling (ヒト, コト, サル beside 人, 事, 猿);
                      loanwords, which have none, keep their cost.
@@ -62,6 +67,14 @@ as they are). Each is a general rule, deterministic, named for --without:
   symbol-readings    +5000 for surfaces without kana or kanji read as kana
                      (５ as ご, ￥ as えん, Χ as かい): offered, not chosen
                      mid-sentence.
+  numerals           +2000 for kanji numerals (名詞,数) read with one or two
+                     kana (二 に, 五 ご): numbers are typed as digits.
+  short-readings     +1500 for kanji words read with one kana (胃 い, 派 は),
+                     counters (名詞,接尾,助数詞) aside: they compete with
+                     particles everywhere.
+  kana-spellings     -600 for content words written all in hiragana: the
+                     converter charges that, and IPADIC's costs already
+                     count how often a word is written so.
   --without R[,R]    switch rules off; --no-adjust switches all of them off.
 
 Other options:
