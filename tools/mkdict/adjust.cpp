@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <set>
 #include <tuple>
 #include <unordered_map>
 
@@ -23,6 +24,7 @@ constexpr std::size_t skkWordMinimumReading = 3;
 constexpr int32_t skkWordLengthCredit = 400;
 constexpr int32_t skkWordFloor = 4000;
 constexpr int32_t shortReadingPenalty = 1500;
+constexpr int32_t dependentKanjiPenalty = 2000;
 // What the converter charges a content word written all in hiragana.
 constexpr int32_t hiraganaCharge = 600;
 
@@ -68,6 +70,7 @@ bool setAdjustment(Adjustments& adjustments, std::string_view name, bool on) {
   else if (name == "short-readings") adjustments.shortReadings = on;
   else if (name == "kana-spellings") adjustments.kanaSpellings = on;
   else if (name == "skk-words") adjustments.skkWords = on;
+  else if (name == "dependent-kana") adjustments.dependentKana = on;
   else return false;
   return true;
 }
@@ -115,7 +118,10 @@ std::optional<std::pair<std::string, std::string>> skkKey(std::string_view readi
 void applySKKOrder(Lexicon& lexicon, const SKKDictionary& skk) {
   // Words by reading, in a stable order so the result never depends on hashing.
   std::map<std::string_view, std::vector<std::size_t>> byReading;
-  for (std::size_t i = 0; i < lexicon.words.size(); ++i) byReading[lexicon.words[i].reading].push_back(i);
+  // Only content words: a suffix or a dependent word sharing a spelling
+  // (言 as a suffix read こと) must not inherit a noun's cost.
+  for (std::size_t i = 0; i < lexicon.words.size(); ++i)
+    if (isContentWord(lexicon.grammar.names[lexicon.words[i].leftID])) byReading[lexicon.words[i].reading].push_back(i);
 
   for (const auto& [reading, indices] : byReading) {
     // Rank of each surface with kanji; -1 where its key is listed but it is not.
@@ -243,6 +249,38 @@ void penalizeShortReadings(Lexicon& lexicon) {
       word.cost += shortReadingPenalty;
 }
 
+void penalizeDependentKanji(Lexicon& lexicon) {
+  static constexpr std::string_view dependent[] = {"名詞,非自立,", "動詞,非自立,", "形容詞,非自立,", "助動詞,"};
+  // The kana spelling of each dependent word, under the same ids, costs what
+  // the cheapest spelling did; kanji spellings cost more.
+  std::map<std::tuple<std::string, int32_t, int32_t>, int32_t> kana;
+  for (const auto& word : lexicon.words) {
+    const auto& name = lexicon.grammar.names[word.leftID];
+    if (!std::any_of(std::begin(dependent), std::end(dependent), [&](std::string_view p) { return name.starts_with(p); }))
+      continue;
+    auto [it, fresh] = kana.emplace(std::tuple{word.reading, word.leftID, word.rightID}, word.cost);
+    if (!fresh) it->second = std::min(it->second, word.cost);
+  }
+  std::set<std::tuple<std::string, int32_t, int32_t>> spelled;
+  for (auto& word : lexicon.words) {
+    const std::tuple key{word.reading, word.leftID, word.rightID};
+    auto it = kana.find(key);
+    if (it == kana.end()) continue;
+    if (hasHan(word.surface)) {
+      word.cost += dependentKanjiPenalty;
+    } else if (word.surface == word.reading) {
+      word.cost = it->second;
+      spelled.insert(key);
+    }
+  }
+  for (const auto& [key, cost] : kana) {
+    const auto& [reading, left, right] = key;
+    const auto r = text::scalars(reading);
+    if (spelled.count(key) || !std::all_of(r.begin(), r.end(), isHiraganaScalar)) continue;
+    lexicon.words.push_back({reading, left, right, cost, reading});
+  }
+}
+
 void creditKanaSpellings(Lexicon& lexicon) {
   for (auto& word : lexicon.words) {
     if (!isContentWord(lexicon.grammar.names[word.leftID])) continue;
@@ -262,6 +300,7 @@ void applyAdjustments(Lexicon& lexicon, const Adjustments& adjustments, const SK
   if (adjustments.numerals) penalizeNumerals(lexicon);
   if (adjustments.shortReadings) penalizeShortReadings(lexicon);
   if (adjustments.kanaSpellings) creditKanaSpellings(lexicon);
+  if (adjustments.dependentKana) penalizeDependentKanji(lexicon);
 }
 
 }  // namespace orvane::mkdict

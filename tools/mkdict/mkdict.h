@@ -146,9 +146,10 @@ struct Adjustments {
   bool shortReadings = true;     // "short-readings"
   bool kanaSpellings = true;     // "kana-spellings"
   bool skkWords = true;          // "skk-words"
+  bool dependentKana = true;     // "dependent-kana"
 };
 inline constexpr const char* adjustmentNames[] = {"skk-order",  "katakana-variants", "proper-nouns", "symbol-readings",
-                                                  "numerals",   "short-readings",    "kana-spellings", "skk-words"};
+                                                  "numerals",   "short-readings",    "kana-spellings", "skk-words", "dependent-kana"};
 // Whether a name is a rule's; sets it in `adjustments`.
 bool setAdjustment(Adjustments& adjustments, std::string_view name, bool on);
 
@@ -184,6 +185,9 @@ void penalizeShortReadings(Lexicon& lexicon);
 // conversion; IPADIC's costs count them by how often they are written so, so
 // they get that charge back.
 void creditKanaSpellings(Lexicon& lexicon);
+// Dependent nouns, verbs and adjectives and auxiliaries written with kanji
+// (事, 居る, 欲しい, 下さい): modern writing spells them in kana.
+void penalizeDependentKanji(Lexicon& lexicon);
 bool isContentWord(std::string_view partOfSpeech);
 void applyAdjustments(Lexicon& lexicon, const Adjustments& adjustments, const SKKDictionary* skk);
 
