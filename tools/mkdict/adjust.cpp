@@ -124,8 +124,9 @@ void applySKKOrder(Lexicon& lexicon, const SKKDictionary& skk) {
     if (isContentWord(lexicon.grammar.names[lexicon.words[i].leftID])) byReading[lexicon.words[i].reading].push_back(i);
 
   for (const auto& [reading, indices] : byReading) {
-    // Rank of each surface with kanji; -1 where its key is listed but it is not.
-    std::map<std::string, int32_t> rank;
+    // SKK key and rank of each surface with kanji; rank -1 where the key is
+    // listed but the surface is not.
+    std::map<std::string, std::pair<std::string, int32_t>> rank;
     for (std::size_t i : indices) {
       const auto& word = lexicon.words[i];
       if (rank.count(word.surface) || !hasHan(word.surface)) continue;
@@ -138,10 +139,12 @@ void applySKKOrder(Lexicon& lexicon, const SKKDictionary& skk) {
       };
       // Stems under their okurigana key first (思 under おもu), then whole
       // words under the reading (火回り under ひまわり): whichever lists it.
-      std::optional<int32_t> r;
-      if (auto key = skkKey(word.reading, word.surface)) r = rankIn(key->first, key->second);
-      if (!r || *r < 0)
-        if (auto whole = rankIn(word.reading, word.surface); whole && (!r || *whole >= 0)) r = whole;
+      std::optional<std::pair<std::string, int32_t>> r;
+      if (auto key = skkKey(word.reading, word.surface))
+        if (auto stem = rankIn(key->first, key->second)) r = std::pair{key->first, *stem};
+      if (!r || r->second < 0)
+        if (auto whole = rankIn(word.reading, word.surface); whole && (!r || *whole >= 0))
+          r = std::pair{std::string(word.reading), *whole};
       if (r) rank[word.surface] = *r;
     }
     if (rank.empty()) continue;
@@ -153,18 +156,28 @@ void applySKKOrder(Lexicon& lexicon, const SKKDictionary& skk) {
       auto [it, fresh] = cheapest.emplace(word.surface, word.cost);
       if (!fresh) it->second = std::min(it->second, word.cost);
     }
-    // The reading's costs are dealt out again in SKK's order: the group gets
-    // no cheaper as a whole, so it cannot crowd out other segmentations.
-    std::vector<int32_t> costs;
-    std::vector<std::pair<std::tuple<int32_t, int32_t, std::string>, std::string>> order;
-    for (const auto& [surface, r] : rank) {
-      costs.push_back(cheapest[surface]);
-      order.push_back({{r >= 0 ? r : skkRankCap + 1, cheapest[surface], surface}, surface});
-    }
-    std::sort(costs.begin(), costs.end());
-    std::sort(order.begin(), order.end());
+    // The costs of the surfaces under one key are dealt out again in SKK's
+    // order: they get no cheaper as a whole, so they cannot crowd out other
+    // segmentations. Ranks under different keys (a noun's, a verb stem's)
+    // say nothing about each other.
+    std::map<std::string, std::vector<std::string>> byKey;
+    for (const auto& [surface, keyRank] : rank) byKey[keyRank.first].push_back(surface);
     std::map<std::string, int32_t> shift;
-    for (std::size_t k = 0; k < order.size(); ++k) shift[order[k].second] = costs[k] - cheapest[order[k].second];
+    for (const auto& [key, surfaces] : byKey) {
+      std::vector<int32_t> costs;
+      std::vector<std::tuple<int32_t, int32_t, std::string>> order;
+      for (const auto& surface : surfaces) {
+        const int32_t r = rank[surface].second;
+        costs.push_back(cheapest[surface]);
+        order.emplace_back(r >= 0 ? r : skkRankCap + 1, cheapest[surface], surface);
+      }
+      std::sort(costs.begin(), costs.end());
+      std::sort(order.begin(), order.end());
+      for (std::size_t k = 0; k < order.size(); ++k) {
+        const std::string& surface = std::get<2>(order[k]);
+        shift[surface] = costs[k] - cheapest[surface];
+      }
+    }
     for (std::size_t i : indices) {
       auto& word = lexicon.words[i];
       if (auto it = shift.find(word.surface); it != shift.end()) word.cost += it->second;
