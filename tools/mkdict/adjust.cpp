@@ -11,6 +11,7 @@ namespace {
 
 // Past this rank SKK's candidates are rare spellings alike, ordered by cost.
 constexpr int32_t skkRankCap = 8;
+constexpr int32_t skkRankGap = 500;
 constexpr int32_t katakanaVariantPenalty = 2000;
 constexpr int32_t properNounPenalty = 1000;
 constexpr int32_t symbolReadingPenalty = 5000;
@@ -174,6 +175,9 @@ void applySKKOrder(Lexicon& lexicon, const SKKDictionary& skk) {
       std::sort(costs.begin(), costs.end());
       std::sort(order.begin(), order.end());
       for (std::size_t k = 0; k < order.size(); ++k) {
+        // A later rank stays a step behind the one before, so that a part of
+        // speech that connects a little better cannot overturn SKK's order.
+        if (k > 0) costs[k] = std::max(costs[k], costs[k - 1] + skkRankGap);
         const std::string& surface = std::get<2>(order[k]);
         shift[surface] = costs[k] - cheapest[surface];
       }

@@ -25,6 +25,8 @@ Lexicon lexiconOf(std::vector<WordEntry> words) {
   lexicon.grammar.names[4] = "名詞,接尾,助数詞,*,*,*,*";
   lexicon.grammar.names[5] = "名詞,副詞可能,*,*,*,*,*";
   lexicon.grammar.names[6] = "形容詞,自立,*,*,形容詞・アウオ段,基本形,*";
+  lexicon.grammar.names[7] = "動詞,非自立,*,*,五段・ラ行特殊,連用形,下さる";
+  lexicon.grammar.names[8] = "名詞,非自立,一般,*,*,*,*";
   lexicon.grammar.names[userWordID] = std::string(userWordName);
   lexicon.grammar.names[fallbackSymbolID] = std::string(fallbackSymbolName);
   lexicon.words = std::move(words);
@@ -44,7 +46,7 @@ TEST(SKKTest, ReadsCandidatesWithoutAnnotationsOrPrograms) {
   EXPECT_THAT(skk.at("おもu"), ElementsAre("思", "想"));
   EXPECT_THAT(skk.at("あと"), ElementsAre("後", "跡"));
   EXPECT_THAT(skk.at("じょしこうせい"), ElementsAre("女子高生", "JK"));
-  EXPECT_EQ(skk.size(), 7u);
+  EXPECT_EQ(skk.size(), 9u);
   EXPECT_EQ(diagnostics.count(), 1u);
   try {
     readSKK("/nonexistent/SKK-JISYO.L", diagnostics);
@@ -85,6 +87,10 @@ TEST(SKKTest, HomonymsTakeTheReadingsCostsInSKKOrder) {
       {"けんざかい", userWordID, userWordID, 9000, "県堺"},
       {"かんじ", userWordID, userWordID, 5000, "感じ"},
       {"かんじ", userWordID, userWordID, 6000, "漢字"},
+      {"さい", 6, 6, 5000, "咲い"},
+      {"さい", 6, 6, 5100, "割い"},
+      {"さい", userWordID, userWordID, 4000, "才"},
+      {"さい", userWordID, userWordID, 6000, "差異"},
   });
   Diagnostics diagnostics;
   applySKKOrder(lexicon, readSKK(testdata / "skk/SKK-JISYO.test", diagnostics));
@@ -100,6 +106,11 @@ TEST(SKKTest, HomonymsTakeTheReadingsCostsInSKKOrder) {
   // 感じ ends in kana but SKK lists it whole under its reading.
   EXPECT_EQ(costOf(lexicon, "漢字"), 5000);
   EXPECT_EQ(costOf(lexicon, "感じ"), 6000);
+  // Ranks count only among the spellings of one key, each a step behind the last.
+  EXPECT_EQ(costOf(lexicon, "咲い"), 5000);
+  EXPECT_EQ(costOf(lexicon, "割い"), 5500);
+  EXPECT_EQ(costOf(lexicon, "差異"), 4000);
+  EXPECT_EQ(costOf(lexicon, "才"), 6000);
 }
 
 TEST(SKKTest, MissingNounsGoToTheirOwnSortedList) {
@@ -153,6 +164,22 @@ TEST(CostRulesTest, EachRuleTouchesOnlyItsWords) {
   }
   Adjustments adjustments;
   EXPECT_FALSE(setAdjustment(adjustments, "no-such-rule", false));
+}
+
+TEST(CostRulesTest, DependentWordsAreSpelledInKana) {
+  Lexicon lexicon = lexiconOf({
+      {"ください", 7, 7, 7900, "下さい"},
+      {"こと", 8, 8, 6100, "事"},
+      {"こと", 8, 8, 6500, "こと"},
+      {"こと", userWordID, userWordID, 5200, "事"},
+  });
+  penalizeDependentKanji(lexicon);
+  ASSERT_EQ(lexicon.words.size(), 5u);
+  EXPECT_EQ(lexicon.words[0].cost, 9900);
+  EXPECT_EQ(lexicon.words[1].cost, 8100);
+  EXPECT_EQ(lexicon.words[2].cost, 6100) << "the kana spelling takes the cheapest spelling's cost";
+  EXPECT_EQ(lexicon.words[3].cost, 5200) << "事 as a common noun is not a dependent word";
+  EXPECT_EQ(lexicon.words[4], (WordEntry{"ください", 7, 7, 7900, "ください"}));
 }
 
 TEST(CostRulesTest, BuildWithSKKWritesTheExtraListAndCreditsIt) {

@@ -52,14 +52,14 @@ as they are). Each is a general rule, deterministic, named for --without:
                      more, surfaces of kanji and kana) are added as common
                      nouns (id 1851) to ut-skk.tsv, cost 5500 less 400 a kana
                      past the third (at least 4000), plus 300 a SKK rank.
-  skk-order          the kanji spellings of one reading deal out that
-                     reading's costs again in SKK's order (the stem plus
-                     okurigana letter, 思う -> おもu, or the whole word): the
-                     one SKK lists first gets the lowest cost, spellings SKK
-                     does not list the highest. The reading gets no cheaper
-                     as a whole; every entry of a surface moves by the same
-                     amount, keeping IPADIC's preferences among its parts of
-                     speech.
+  skk-order          the kanji spellings of a content word's reading that
+                     SKK lists under one key (the stem plus okurigana letter,
+                     思う -> おもu, or the whole word) deal out their costs
+                     again in SKK's order: the first gets the lowest, each
+                     next one at least 500 more, spellings SKK does not list
+                     come last. They get no cheaper as a whole; every entry
+                     of a surface moves by the same amount, keeping IPADIC's
+                     preferences among its parts of speech.
   katakana-variants  +2000 for an all-katakana surface whose reading also has
                      a kanji spelling (ヒト, コト, サル beside 人, 事, 猿);
                      loanwords, which have none, keep their cost.
@@ -72,6 +72,11 @@ as they are). Each is a general rule, deterministic, named for --without:
   short-readings     +1500 for kanji words read with one kana (胃 い, 派 は),
                      counters (名詞,接尾,助数詞) aside: they compete with
                      particles everywhere.
+  dependent-kana     dependent nouns, verbs and adjectives and auxiliaries
+                     (名詞,非自立 事, 動詞,非自立 下さい, 形容詞,非自立 欲しい)
+                     are spelled in kana: the kana spelling, under the same
+                     ids, gets the cheapest spelling's cost (and is added
+                     where IPADIC lacks it), kanji spellings +2000.
   kana-spellings     -600 for content words written all in hiragana: the
                      converter charges that, and IPADIC's costs already
                      count how often a word is written so.
