@@ -26,6 +26,7 @@ constexpr int32_t skkWordLengthCredit = 400;
 constexpr int32_t skkWordFloor = 4000;
 constexpr int32_t shortReadingPenalty = 1500;
 constexpr int32_t dependentKanjiPenalty = 2000;
+constexpr int32_t honorificKanjiPenalty = 1000;
 // What the converter charges a content word written all in hiragana.
 constexpr int32_t hiraganaCharge = 600;
 
@@ -72,6 +73,7 @@ bool setAdjustment(Adjustments& adjustments, std::string_view name, bool on) {
   else if (name == "kana-spellings") adjustments.kanaSpellings = on;
   else if (name == "skk-words") adjustments.skkWords = on;
   else if (name == "dependent-kana") adjustments.dependentKana = on;
+  else if (name == "honorific-kana") adjustments.honorificKana = on;
   else return false;
   return true;
 }
@@ -267,7 +269,7 @@ void penalizeShortReadings(Lexicon& lexicon) {
 }
 
 void penalizeDependentKanji(Lexicon& lexicon) {
-  static constexpr std::string_view dependent[] = {"名詞,非自立,", "動詞,非自立,", "形容詞,非自立,", "助動詞,"};
+  static constexpr std::string_view dependent[] = {"名詞,非自立,一般,", "名詞,非自立,助動詞語幹,", "名詞,非自立,形容動詞語幹,", "動詞,非自立,", "形容詞,非自立,", "助動詞,"};
   // The kana spelling of each dependent word, under the same ids, costs what
   // the cheapest spelling did; kanji spellings cost more.
   std::map<std::tuple<std::string, int32_t, int32_t>, int32_t> kana;
@@ -298,6 +300,42 @@ void penalizeDependentKanji(Lexicon& lexicon) {
   }
 }
 
+void spellHonorificsInKana(Lexicon& lexicon) {
+  constexpr std::string_view honorific = "御";
+  std::map<std::tuple<std::string, int32_t, int32_t, std::string>, std::pair<int32_t, std::string>> kana;
+  for (const auto& word : lexicon.words) {
+    if (!word.surface.starts_with(honorific) || word.surface.size() == honorific.size()) continue;
+    // 御中 (おんちゅう) and 御霊 (みたま) are not the honorific prefix.
+    std::string prefix;
+    if (word.reading.starts_with("ご")) prefix = "ご";
+    else if (word.reading.starts_with("お") && !word.reading.starts_with("おん")) prefix = "お";
+    else continue;
+    const auto key = std::tuple{word.reading, word.leftID, word.rightID, prefix + word.surface.substr(honorific.size())};
+    // The twin goes to the list its kanji spelling came from.
+    auto [it, fresh] = kana.emplace(key, std::pair{word.cost, word.list});
+    if (!fresh) it->second.first = std::min(it->second.first, word.cost);
+  }
+  std::set<std::tuple<std::string, int32_t, int32_t, std::string>> present;
+  for (auto& word : lexicon.words) {
+    const auto key = std::tuple{word.reading, word.leftID, word.rightID, word.surface};
+    if (auto it = kana.find(key); it != kana.end()) {
+      word.cost = std::min(word.cost, it->second.first);
+      present.insert(key);
+    }
+  }
+  for (auto& word : lexicon.words)
+    if (word.surface.starts_with(honorific) && word.surface.size() > honorific.size() &&
+        kana.count(std::tuple{word.reading, word.leftID, word.rightID,
+                              std::string(word.reading.starts_with("ご") ? "ご" : "お") +
+                                  word.surface.substr(honorific.size())}))
+      word.cost += honorificKanjiPenalty;
+  for (const auto& [key, costAndList] : kana) {
+    if (present.count(key)) continue;
+    const auto& [reading, left, right, surface] = key;
+    lexicon.words.push_back({reading, left, right, costAndList.first, surface, costAndList.second});
+  }
+}
+
 void creditKanaSpellings(Lexicon& lexicon) {
   for (auto& word : lexicon.words) {
     if (!isContentWord(lexicon.grammar.names[word.leftID])) continue;
@@ -318,6 +356,7 @@ void applyAdjustments(Lexicon& lexicon, const Adjustments& adjustments, const SK
   if (adjustments.shortReadings) penalizeShortReadings(lexicon);
   if (adjustments.kanaSpellings) creditKanaSpellings(lexicon);
   if (adjustments.dependentKana) penalizeDependentKanji(lexicon);
+  if (adjustments.honorificKana) spellHonorificsInKana(lexicon);
 }
 
 }  // namespace orvane::mkdict

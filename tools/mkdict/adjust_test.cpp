@@ -182,6 +182,24 @@ TEST(CostRulesTest, DependentWordsAreSpelledInKana) {
   EXPECT_EQ(lexicon.words[4], (WordEntry{"ください", 7, 7, 7900, "ください"}));
 }
 
+TEST(CostRulesTest, HonorificPrefixIsSpelledInKana) {
+  Lexicon lexicon = lexiconOf({
+      {"ごはん", userWordID, userWordID, 5000, "御飯"},
+      {"ごはん", userWordID, userWordID, 5600, "ご飯"},
+      {"ごじゆう", userWordID, userWordID, 4000, "御自由", "ut-skk.tsv"},
+      {"おんちゅう", userWordID, userWordID, 6000, "御中"},
+      {"ご", 560, 560, 6000, "御"},
+  });
+  spellHonorificsInKana(lexicon);
+  EXPECT_EQ(costOf(lexicon, "ご飯"), 5000);
+  EXPECT_EQ(costOf(lexicon, "御飯"), 6000);
+  EXPECT_EQ(costOf(lexicon, "御自由"), 5000);
+  EXPECT_EQ(costOf(lexicon, "御中"), 6000) << "御中 is read おん, not the prefix";
+  EXPECT_EQ(costOf(lexicon, "御"), 6000);
+  ASSERT_EQ(lexicon.words.size(), 6u);
+  EXPECT_EQ(lexicon.words.back(), (WordEntry{"ごじゆう", userWordID, userWordID, 4000, "ご自由", "ut-skk.tsv"}));
+}
+
 TEST(CostRulesTest, BuildWithSKKWritesTheExtraListAndCreditsIt) {
   TempDir dir;
   BuildOptions options;

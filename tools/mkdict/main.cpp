@@ -72,11 +72,15 @@ as they are). Each is a general rule, deterministic, named for --without:
   short-readings     +1500 for kanji words read with one kana (胃 い, 派 は),
                      counters (名詞,接尾,助数詞) aside: they compete with
                      particles everywhere.
-  dependent-kana     dependent nouns, verbs and adjectives and auxiliaries
-                     (名詞,非自立 事, 動詞,非自立 下さい, 形容詞,非自立 欲しい)
-                     are spelled in kana: the kana spelling, under the same
-                     ids, gets the cheapest spelling's cost (and is added
-                     where IPADIC lacks it), kanji spellings +2000.
+  dependent-kana     formal nouns (名詞,非自立 一般, 助動詞語幹 and
+                     形容動詞語幹: 事, 時, 様; not the adverbial 以外, 中),
+                     dependent verbs and adjectives and auxiliaries (下さい,
+                     欲しい) are spelled in kana: the kana spelling, under the
+                     same ids, gets the cheapest spelling's cost (and is
+                     added where IPADIC lacks it), kanji spellings +2000.
+  honorific-kana     words beginning with the prefix 御 read ご or お (御飯,
+                     御自由) get a twin with the prefix in kana (ご飯, ご自由)
+                     at the cheaper of the two costs; the 御 spelling +1000.
   kana-spellings     -600 for content words written all in hiragana: the
                      converter charges that, and IPADIC's costs already
                      count how often a word is written so.

@@ -147,9 +147,10 @@ struct Adjustments {
   bool kanaSpellings = true;     // "kana-spellings"
   bool skkWords = true;          // "skk-words"
   bool dependentKana = true;     // "dependent-kana"
+  bool honorificKana = true;     // "honorific-kana"
 };
 inline constexpr const char* adjustmentNames[] = {"skk-order",  "katakana-variants", "proper-nouns", "symbol-readings",
-                                                  "numerals",   "short-readings",    "kana-spellings", "skk-words", "dependent-kana"};
+                                                  "numerals",   "short-readings",    "kana-spellings", "skk-words", "dependent-kana", "honorific-kana"};
 // Whether a name is a rule's; sets it in `adjustments`.
 bool setAdjustment(Adjustments& adjustments, std::string_view name, bool on);
 
@@ -188,6 +189,10 @@ void creditKanaSpellings(Lexicon& lexicon);
 // Dependent nouns, verbs and adjectives and auxiliaries written with kanji
 // (事, 居る, 欲しい, 下さい): modern writing spells them in kana.
 void penalizeDependentKanji(Lexicon& lexicon);
+// Words that begin with the honorific prefix 御 read ご or お (御飯, 御自由)
+// get a twin with the prefix in kana (ご飯, ご自由) at the same cost, and
+// the kanji spelling costs more: modern writing spells the prefix in kana.
+void spellHonorificsInKana(Lexicon& lexicon);
 bool isContentWord(std::string_view partOfSpeech);
 void applyAdjustments(Lexicon& lexicon, const Adjustments& adjustments, const SKKDictionary* skk);
 
