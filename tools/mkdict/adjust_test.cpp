@@ -200,18 +200,25 @@ TEST(CostRulesTest, HonorificPrefixIsSpelledInKana) {
   EXPECT_EQ(lexicon.words.back(), (WordEntry{"ごじゆう", userWordID, userWordID, 4000, "ご自由", "ut-skk.tsv"}));
 }
 
-TEST(CostRulesTest, BuildWithSKKWritesTheExtraListAndCreditsIt) {
+TEST(CostRulesTest, BuildWithSKKMergesOrSeparatesTheAddedWordsAndCreditsThem) {
   TempDir dir;
   BuildOptions options;
   options.output = dir / "Mozc";
   options.ipadic = testdata / "ipadic";
   options.cldr = testdata / "cldr";
   options.skk = testdata / "skk/SKK-JISYO.test";
+  const std::string added = "けんざかい\t1851\t1851\t4700\t県境\n";
+  build(options, [](std::string_view) {});
+  EXPECT_FALSE(fs::exists(dir / "Mozc/ut-skk.tsv"));
+  EXPECT_THAT(readFile(dir / "Mozc/mozc.tsv"), HasSubstr(added));
+  EXPECT_THAT(readFile(dir / "Mozc/CREDITS.txt"), HasSubstr("Fixture licence for the small SKK sample."));
+
+  options.separateLists = true;
   build(options, [](std::string_view) {});
   const std::string extra = readFile(dir / "Mozc/ut-skk.tsv");
-  EXPECT_THAT(extra, HasSubstr("けんざかい\t1851\t1851\t4700\t県境\n"));
+  EXPECT_THAT(extra, HasSubstr(added));
+  EXPECT_THAT(readFile(dir / "Mozc/mozc.tsv"), ::testing::Not(HasSubstr(added)));
   EXPECT_EQ(firstUnsortedLine(extra), std::nullopt);
-  EXPECT_THAT(readFile(dir / "Mozc/CREDITS.txt"), HasSubstr("Fixture licence for the small SKK sample."));
 
   options.adjustments.skkOrder = false;
   options.adjustments.skkWords = false;

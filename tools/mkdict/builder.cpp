@@ -44,7 +44,7 @@ BuildResult build(const BuildOptions& options, const Progress& progress) {
       credits.push_back({"SKK dictionary (" + options.skk->filename().string() + ")",
                          versionOf(*options.skk, defaultSKK, "skkdic"),
                          "the order of homonyms, which sets the relative costs of words of one reading; "
-                         "nouns and compounds missing from IPADIC (ut-skk.tsv)",
+                         "nouns and compounds missing from IPADIC",
                          findLicence({options.skk->parent_path() / "COPYING", "/usr/share/doc/skkdic/copyright"},
                                      "skkdic")});
     }
@@ -99,6 +99,8 @@ BuildResult build(const BuildOptions& options, const Progress& progress) {
     credits.push_back({"Mozc", version, use, readWhole(*mozc->license)});
   }
 
+  if (!options.separateLists)
+    for (auto& word : lexicon.words) word.list = "mozc.tsv";
   progress("sorting " + std::to_string(lexicon.words.size()) + " words");
   std::map<std::string, std::string> files;
   files["mozc.tsv"] = wordLines(lexicon.words);

@@ -20,7 +20,7 @@ const char* const usage = R"(Usage: orvane-mkdict --output DIR [options]
 Builds the dictionary data directory of Orvane IME:
   mozc.tsv        word list: reading TAB left id TAB right id TAB cost TAB surface,
                   sorted by the bytes of whole lines (checked after writing)
-  ut-skk.tsv      extra word list in the same format (rule skk-words)
+  ut-skk.tsv      with --separate-lists: the words rule skk-words adds
   connection.bin  connection costs: N (uint32), then N*N int16, little-endian,
                   row = right id of the earlier word, column = left id of the later
   id.def          "id name" for every context id a word uses
@@ -50,7 +50,7 @@ Cost rules (applied to IPADIC's words; Mozc's costs are used
 as they are). Each is a general rule, deterministic, named for --without:
   skk-words          SKK's words missing from IPADIC (readings of 3 kana or
                      more, surfaces of kanji and kana) are added as common
-                     nouns (id 1851) to ut-skk.tsv, cost 5500 less 400 a kana
+                     nouns (id 1851), cost 5500 less 400 a kana
                      past the third (at least 4000), plus 300 a SKK rank.
   skk-order          the kanji spellings of a content word's reading that
                      SKK lists under one key (the stem plus okurigana letter,
@@ -89,6 +89,9 @@ as they are). Each is a general rule, deterministic, named for --without:
 Other options:
   -o, --output DIR  the data directory to (re)place, e.g.
                   "build/Orvane IME.app/Contents/Resources/Mozc"
+  --separate-lists  write added vocabulary to ut-skk.tsv instead of merging
+                  it into mozc.tsv (each look-up then searches one more file:
+                  about 15% slower conversion)
   -q, --quiet     no progress on standard error
   -h, --help      this text
 
@@ -152,6 +155,7 @@ Options parse(int argc, char** argv) {
     } else if (arg == "--no-adjust") {
       for (auto name : adjustmentNames) setAdjustment(options.build.adjustments, name, false);
     }
+    else if (arg == "--separate-lists") options.build.separateLists = true;
     else if (arg == "-q" || arg == "--quiet") options.quiet = true;
     else fail("unknown option " + arg + " (see --help)");
   }

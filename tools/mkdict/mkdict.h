@@ -165,7 +165,8 @@ std::optional<std::pair<std::string, std::string>> skkKey(std::string_view readi
 // (its parts of speech).
 void applySKKOrder(Lexicon& lexicon, const SKKDictionary& skk);
 // SKK's nouns and compounds that the word list lacks, as common nouns in
-// "ut-skk.tsv": readings of three kana or more, surfaces of kanji and kana.
+// list "ut-skk.tsv" (merged into mozc.tsv unless kept separate): readings
+// of three kana or more, surfaces of kanji and kana.
 // Their costs are then ordered with the rest by applySKKOrder.
 void addSKKWords(Lexicon& lexicon, const SKKDictionary& skk);
 // Katakana spellings of words that also have a kanji spelling under the same
@@ -250,6 +251,9 @@ struct BuildOptions {
   std::optional<fs::path> mozc;
   std::optional<fs::path> skk = fs::path(defaultSKK);
   Adjustments adjustments;
+  // Added vocabulary in its own ut-*.tsv rather than merged into mozc.tsv:
+  // every look-up then searches one more file.
+  bool separateLists = false;
 };
 
 struct BuildResult {
