@@ -319,6 +319,7 @@ std::vector<Node> bestPath(const Characters& reading, const std::set<int64_t>& b
 
   std::string key;
   std::vector<std::pair<Word, int64_t>> gathered;  // word, length
+  std::vector<Word> found;
   for (int64_t i = 0; i < n; ++i) {
     const auto ui = static_cast<std::size_t>(i);
     if (i > 0 && firstEnding[ui] == none) continue;
@@ -329,7 +330,12 @@ std::vector<Node> bestPath(const Characters& reading, const std::set<int64_t>& b
     const int64_t longest = std::min<int64_t>(n - i, static_cast<int64_t>(longestLookup));
     for (int64_t length = 1; length <= longest; ++length) {
       key += reading[ui + static_cast<std::size_t>(length) - 1];
-      for (auto& w : KanaDictionary::words(key)) gathered.emplace_back(std::move(w), length);
+      found.clear();
+      const bool longer = KanaDictionary::appendWords(key, found);
+      for (auto& w : found) gathered.emplace_back(std::move(w), length);
+      // No longer key can have words once no reading begins with this one;
+      // most of the 24 look-ups of a position are saved so.
+      if (!longer) break;
     }
     if (auto ascii = asciiSymbolFor(reading[ui])) {
       for (auto& w : KanaDictionary::words(std::string_view(&*ascii, 1))) {

@@ -3,6 +3,7 @@
 #include <unicode/normalizer2.h>
 #include <unicode/stringpiece.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstring>
 
@@ -55,6 +56,7 @@ void DictionaryFile::reloadIfNeeded() {
   if (!date) {
     bytes_.clear();
     index_.clear();
+    sortedKeys_.clear();
     return;
   }
   const auto started = std::chrono::steady_clock::now();
@@ -67,6 +69,9 @@ void DictionaryFile::reloadIfNeeded() {
   }
   bytes_ = std::move(*content);
   index_ = buildIndex(bytes_);
+  sortedKeys_.assign({});
+  for (const auto& entry : index_) sortedKeys_.push_back(entry.first);
+  std::sort(sortedKeys_.begin(), sortedKeys_.end());
   const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - started;
   Log::imk.log("dictionary loaded: %ld readings in %.*fs from %{public}s", static_cast<long>(index_.size()), 2,
                elapsed.count(), path);
@@ -81,6 +86,17 @@ const std::vector<DictionaryFile::ByteRange>* DictionaryFile::find(std::string_v
   // Rare: a decomposed or invalid reading from outside the composer.
   auto it = index_.find(text::nfc(text::decodeLossy(reading)));
   return it == index_.end() ? nullptr : &it->second;
+}
+
+bool DictionaryFile::hasLongerReading(std::string_view reading) const {
+  if (sortedKeys_.empty()) return false;
+  std::string normalized;
+  if (!text::isValidUTF8(reading) || !isNFC(reading)) {
+    normalized = text::nfc(text::decodeLossy(reading));
+    reading = normalized;
+  }
+  auto it = std::upper_bound(sortedKeys_.begin(), sortedKeys_.end(), reading);
+  return it != sortedKeys_.end() && it->starts_with(reading);
 }
 
 std::vector<std::string> DictionaryFile::lines(std::string_view reading) const {

@@ -52,6 +52,10 @@ class DictionaryFile final {
     }
   }
 
+  // Whether a reading longer than this one begins with it (canonically,
+  // in whole characters).
+  bool hasLongerReading(std::string_view reading) const;
+
   static Index buildIndex(std::string_view bytes);
 
   const std::filesystem::path& url() const { return url_; }
@@ -63,6 +67,8 @@ class DictionaryFile final {
   std::filesystem::path url_;
   std::string bytes_;
   Index index_;
+  // The index's keys in byte order, for prefix questions.
+  std::vector<std::string> sortedKeys_;
   platform::FileDate loadedModificationDate_;
 };
 

@@ -190,16 +190,16 @@ const fs::path& mozcDirectoryURL() {
   return *l.mozc;
 }
 
-std::vector<Word> words(std::string_view reading) {
+bool appendWords(std::string_view reading, std::vector<Word>& out) {
   auto& s = state();
-  std::vector<Word> out;
+  bool longer = s.userFile.hasLongerReading(reading);
   s.userFile.forEachValue(reading, [&](std::string_view value) {
     forEachPiece(value, isUserSeparator, [&](std::string_view piece) {
       out.push_back(Word{std::string(reading), text::decodeLossy(piece), userWordID, userWordID, userWordCost});
     });
   });
   for (const auto& file : s.wordsFiles()) {
-    file.forEachValue(reading, [&](std::string_view value) {
+    longer |= file.forEachValueAndLonger(reading, [&](std::string_view value) {
       std::string_view fields[4];
       std::size_t count = 0;
       std::size_t start = 0;
@@ -218,6 +218,12 @@ std::vector<Word> words(std::string_view reading) {
       out.push_back(Word{std::string(reading), text::decodeLossy(fields[3]), *left, *right, *cost});
     });
   }
+  return longer;
+}
+
+std::vector<Word> words(std::string_view reading) {
+  std::vector<Word> out;
+  appendWords(reading, out);
   return out;
 }
 

@@ -32,6 +32,10 @@ const std::filesystem::path& mozcDirectoryURL();
 std::vector<Word> words(std::string_view reading);
 std::vector<std::string> emoji(std::string_view reading);
 std::vector<std::string> symbols(std::string_view reading);
+// words(reading) appended to out, in the same order, from one search per
+// file; returns whether some longer reading begins with this one, so that a
+// caller trying ever longer readings knows when to stop.
+bool appendWords(std::string_view reading, std::vector<Word>& out);
 int64_t connectionCost(int64_t from, int64_t to);
 bool isAttached(int64_t id);
 bool isPrefix(int64_t id);

@@ -82,6 +82,31 @@ TEST(KanaDictionaryTest, WordListsAreMainThenExtrasByNameFixedAtFirstUse) {
   EXPECT_EQ(surfaces("か"), (Strings{"mozc.tsv", "ut-a.tsv", "ut-b.tsv"}));
 }
 
+// A search that lengthens a reading stops when nothing longer can match, so
+// "longer" must be true whenever any source has a longer reading.
+TEST(KanaDictionaryTest, AppendWordsTellsWhetherALongerReadingExists) {
+  Environment env;
+  env.writeWords({{"かな", 1, 1, 10, "仮名"}, {"かなり", 2, 2, 20, "可也"}});
+  env.writeWords({{"きょうと", 3, 3, 30, "京都"}}, "ut-x.tsv");
+  env.writeUserDictionary("さくら\t桜\nさく\t柵\n");
+  KanaDictionary::reloadIfNeeded();
+  struct Case {
+    const char* reading;
+    std::size_t words;
+    bool longer;
+  } cases[] = {
+      {"か", 0, true},      {"かな", 1, true},  {"かなり", 1, false}, {"かなる", 0, false},
+      {"きょ", 0, true},    {"きょうと", 1, false}, {"さ", 0, true},   {"さく", 1, true},
+      {"さくら", 1, false}, {"ん", 0, false},
+  };
+  for (const auto& c : cases) {
+    std::vector<Word> out;
+    EXPECT_EQ(KanaDictionary::appendWords(c.reading, out), c.longer) << c.reading;
+    EXPECT_EQ(out.size(), c.words) << c.reading;
+    EXPECT_EQ(out, KanaDictionary::words(c.reading)) << c.reading;
+  }
+}
+
 TEST(KanaDictionaryTest, ConnectionCostOutsideTheTableIsZero) {
   Environment env;
   env.writeConnection(3, 0, {{{2, 1}, -7}, {{0, 2}, 9}});

@@ -87,8 +87,9 @@ std::size_t SortedDictionaryFile::lowerBound(std::string_view d, std::string_vie
   std::size_t hi = n;
   while (lo < hi) {
     const std::size_t m = lo + (hi - lo) / 2;
-    std::size_t t = m;
-    while (t >= 1 && bytes[t - 1] != '\n') --t;
+    // Back to the start of m's line; memrchr scans a word at a time.
+    const void* before = m == 0 ? nullptr : ::memrchr(bytes, '\n', m);
+    const std::size_t t = before ? static_cast<std::size_t>(static_cast<const unsigned char*>(before) - bytes) + 1 : 0;
     // Compare the line at t with key + TAB; bytes past the end read as TAB.
     bool greaterOrEqual = false;
     for (std::size_t i = 0;; ++i) {

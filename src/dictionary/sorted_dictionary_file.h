@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/file_system.h"
@@ -43,17 +44,27 @@ class SortedDictionaryFile final {
   // Calls visit with the raw bytes of each matching value, in file order.
   template <class Visit>
   void forEachValue(std::string_view reading, Visit&& visit) const {
+    forEachValueAndLonger(reading, std::forward<Visit>(visit));
+  }
+
+  // The same, and whether a longer reading begins with this one: its lines
+  // follow the matching ones directly, TAB sorting below every byte a
+  // reading holds.
+  template <class Visit>
+  bool forEachValueAndLonger(std::string_view reading, Visit&& visit) const {
     const std::string_view d = data();
     const std::size_t n = d.size();
-    if (n == 0) return;
+    if (n == 0) return false;
     const std::size_t k = reading.size();
     for (std::size_t p = lowerBound(d, reading); p < n;) {
-      if (n - p <= k || d.compare(p, k, reading) != 0 || d[p + k] != '\t') return;
+      if (n - p <= k || d.compare(p, k, reading) != 0) return false;
+      if (d[p + k] != '\t') return true;
       std::size_t e = d.find('\n', p + k + 1);
       if (e == std::string_view::npos) e = n;
       visit(d.substr(p + k + 1, e - (p + k + 1)));
       p = e + 1;
     }
+    return false;
   }
 
   const std::filesystem::path& url() const { return url_; }
