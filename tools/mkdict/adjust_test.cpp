@@ -220,6 +220,13 @@ TEST(CostRulesTest, BuildWithSKKMergesOrSeparatesTheAddedWordsAndCreditsThem) {
   EXPECT_THAT(readFile(dir / "Mozc/mozc.tsv"), ::testing::Not(HasSubstr(added)));
   EXPECT_EQ(firstUnsortedLine(extra), std::nullopt);
 
+  // Word counts are an optional source, credited when given.
+  orvane::testing::writeFile(dir / "counts.tsv", "5\t漢字\tカンジ\t名詞,一般,*,*,*,*\nbroken line\n");
+  options.corpus = dir / "counts.tsv";
+  EXPECT_EQ(build(options, [](std::string_view) {}).diagnostics.byFile().at("counts.tsv"), 1u);
+  EXPECT_THAT(readFile(dir / "Mozc/CREDITS.txt"), HasSubstr("Word counts"));
+
+  options.corpus.reset();
   options.adjustments.skkOrder = false;
   options.adjustments.skkWords = false;
   build(options, [](std::string_view) {});

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "corpus.h"
 #include "mkdict.h"
 
 namespace orvane::mkdict {
@@ -50,6 +51,15 @@ BuildResult build(const BuildOptions& options, const Progress& progress) {
     }
     progress("adjusting costs");
     applyAdjustments(lexicon, options.adjustments, skk ? &*skk : nullptr);
+    if (options.corpus) {
+      progress("corpus: preferred spellings");
+      const std::size_t changed = preferCountedSpellings(lexicon, readCorpusCounts(*options.corpus, diagnostics));
+      progress("corpus: " + std::to_string(changed) + " entries made the cheapest spelling of their word");
+      credits.push_back({"Word counts of Debian's Japanese documentation", "from " + options.corpus->string(),
+                         "which spelling of a word present-day text uses most",
+                         "Counts only; the counted texts are the Japanese manual pages and documentation of "
+                         "Debian packages, each under its own licence.\n"});
+    }
   }
 
   ReadingTable emoji, symbols;

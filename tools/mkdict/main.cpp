@@ -40,6 +40,12 @@ Sources (each optional; at least one must give words):
   --skk FILE      SKK-JISYO (default /usr/share/skk/SKK-JISYO.L, package
                   skkdic), EUC-JP: orders homonyms (rule skk-order).
   --no-skk        do not read SKK.
+  --corpus FILE   word counts of running text, as scripts/corpus-stats.sh
+                  writes them (count TAB surface TAB katakana reading TAB six
+                  part-of-speech fields): where the text clearly prefers one
+                  spelling of a word (reading and part of speech), that
+                  spelling becomes its cheapest. Not used unless given;
+                  --no-corpus turns it off again.
   --mozc DIR      a Mozc source tree (or a flat directory of its files):
                   src/data/dictionary_oss/dictionary*.txt with id.def and
                   connection_single_column.txt replace IPADIC's words and costs;
@@ -156,6 +162,8 @@ Options parse(int argc, char** argv) {
       for (auto name : adjustmentNames) setAdjustment(options.build.adjustments, name, false);
     }
     else if (arg == "--separate-lists") options.build.separateLists = true;
+    else if (arg == "--corpus") options.build.corpus = fs::path(value());
+    else if (arg == "--no-corpus") options.build.corpus.reset();
     else if (arg == "-q" || arg == "--quiet") options.quiet = true;
     else fail("unknown option " + arg + " (see --help)");
   }

@@ -254,6 +254,8 @@ struct BuildOptions {
   // Added vocabulary in its own ut-*.tsv rather than merged into mozc.tsv:
   // every look-up then searches one more file.
   bool separateLists = false;
+  // Word counts of running text (scripts/corpus-stats.sh); none by default.
+  std::optional<fs::path> corpus;
 };
 
 struct BuildResult {
