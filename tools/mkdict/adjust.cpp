@@ -3,6 +3,8 @@
 #include <tuple>
 #include <unordered_map>
 
+#include <unicode/ucnv.h>
+
 #include "mkdict.h"
 #include "text/text.h"
 
@@ -27,6 +29,7 @@ constexpr int32_t skkWordFloor = 4000;
 constexpr int32_t shortReadingPenalty = 1500;
 constexpr int32_t dependentKanjiPenalty = 2000;
 constexpr int32_t honorificKanjiPenalty = 1000;
+constexpr int32_t rareKanjiPenalty = 1000;
 // What the converter charges a content word written all in hiragana.
 constexpr int32_t hiraganaCharge = 600;
 
@@ -74,6 +77,7 @@ bool setAdjustment(Adjustments& adjustments, std::string_view name, bool on) {
   else if (name == "skk-words") adjustments.skkWords = on;
   else if (name == "dependent-kana") adjustments.dependentKana = on;
   else if (name == "honorific-kana") adjustments.honorificKana = on;
+  else if (name == "rare-kanji") adjustments.rareKanji = on;
   else return false;
   return true;
 }
@@ -336,6 +340,41 @@ void spellHonorificsInKana(Lexicon& lexicon) {
   }
 }
 
+bool isCommonKanji(char32_t c) {
+  // JIS X 0208 level 1 (rows 16 to 47): the kanji of everyday text. Level 2
+  // and kanji outside the standard are rare, archaic or variant forms.
+  static std::unordered_map<char32_t, bool> cache;
+  if (auto it = cache.find(c); it != cache.end()) return it->second;
+  UErrorCode status = U_ZERO_ERROR;
+  static UConverter* converter = ucnv_open("EUC-JP", &status);
+  bool common = false;
+  if (converter) {
+    UChar units[2];
+    int32_t length = 0;
+    U16_APPEND_UNSAFE(units, length, static_cast<UChar32>(c));
+    char bytes[8];
+    status = U_ZERO_ERROR;
+    ucnv_reset(converter);
+    ucnv_setFromUCallBack(converter, UCNV_FROM_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
+    const int32_t n = ucnv_fromUChars(converter, bytes, sizeof bytes, units, length, &status);
+    common = U_SUCCESS(status) && n == 2 && static_cast<unsigned char>(bytes[0]) >= 0xB0 &&
+             static_cast<unsigned char>(bytes[0]) <= 0xCF;
+  }
+  cache.emplace(c, common);
+  return common;
+}
+
+void penalizeRareKanji(Lexicon& lexicon) {
+  for (auto& word : lexicon.words) {
+    for (char32_t c : text::scalars(word.surface)) {
+      if (isHanScalar(c) && c != U'々' && c != U'〆' && c != U'ヶ' && !isCommonKanji(c)) {
+        word.cost += rareKanjiPenalty;
+        break;
+      }
+    }
+  }
+}
+
 void creditKanaSpellings(Lexicon& lexicon) {
   for (auto& word : lexicon.words) {
     if (!isContentWord(lexicon.grammar.names[word.leftID])) continue;
@@ -357,6 +396,7 @@ void applyAdjustments(Lexicon& lexicon, const Adjustments& adjustments, const SK
   if (adjustments.kanaSpellings) creditKanaSpellings(lexicon);
   if (adjustments.dependentKana) penalizeDependentKanji(lexicon);
   if (adjustments.honorificKana) spellHonorificsInKana(lexicon);
+  if (adjustments.rareKanji) penalizeRareKanji(lexicon);
 }
 
 }  // namespace orvane::mkdict

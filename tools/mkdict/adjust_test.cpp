@@ -151,6 +151,10 @@ TEST(CostRulesTest, EachRuleTouchesOnlyItsWords) {
            Case{"kana-spellings", {"すごい", 6, 6, 6800, "すごい"}, -600},
            Case{"kana-spellings", {"は", 1, 1, 3800, "は"}, 0},
            Case{"kana-spellings", {"ひと", userWordID, userWordID, 4000, "ヒト"}, 0},
+           Case{"rare-kanji", {"もたれる", 6, 6, 8000, "凭れる"}, 1000},
+           Case{"rare-kanji", {"ひとびと", userWordID, userWordID, 5000, "人々"}, 0},
+           Case{"rare-kanji", {"しかる", 6, 6, 8000, "叱る"}, 0},
+           Case{"rare-kanji", {"ほっけ", userWordID, userWordID, 8000, "𩸽"}, 1000},
        }) {
     Adjustments only;
     for (auto name : adjustmentNames) setAdjustment(only, name, false);

@@ -87,6 +87,8 @@ as they are). Each is a general rule, deterministic, named for --without:
   honorific-kana     words beginning with the prefix 御 read ご or お (御飯,
                      御自由) get a twin with the prefix in kana (ご飯, ご自由)
                      at the cheaper of the two costs; the 御 spelling +1000.
+  rare-kanji         +1000 for a surface with a kanji outside JIS X 0208
+                     level 1 (凭れる, 𩸽): rare, archaic or variant forms.
   kana-spellings     -600 for content words written all in hiragana: the
                      converter charges that, and IPADIC's costs already
                      count how often a word is written so.

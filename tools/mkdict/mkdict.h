@@ -148,9 +148,10 @@ struct Adjustments {
   bool skkWords = true;          // "skk-words"
   bool dependentKana = true;     // "dependent-kana"
   bool honorificKana = true;     // "honorific-kana"
+  bool rareKanji = true;         // "rare-kanji"
 };
 inline constexpr const char* adjustmentNames[] = {"skk-order",  "katakana-variants", "proper-nouns", "symbol-readings",
-                                                  "numerals",   "short-readings",    "kana-spellings", "skk-words", "dependent-kana", "honorific-kana"};
+                                                  "numerals",   "short-readings",    "kana-spellings", "skk-words", "dependent-kana", "honorific-kana", "rare-kanji"};
 // Whether a name is a rule's; sets it in `adjustments`.
 bool setAdjustment(Adjustments& adjustments, std::string_view name, bool on);
 
@@ -194,6 +195,10 @@ void penalizeDependentKanji(Lexicon& lexicon);
 // get a twin with the prefix in kana (ご飯, ご自由) at the same cost, and
 // the kanji spelling costs more: modern writing spells the prefix in kana.
 void spellHonorificsInKana(Lexicon& lexicon);
+// Words written with a kanji outside JIS X 0208 level 1 (欝, 凭, 噺): rare,
+// archaic or variant forms of words that have a common spelling.
+void penalizeRareKanji(Lexicon& lexicon);
+bool isCommonKanji(char32_t c);
 bool isContentWord(std::string_view partOfSpeech);
 void applyAdjustments(Lexicon& lexicon, const Adjustments& adjustments, const SKKDictionary* skk);
 
