@@ -307,6 +307,14 @@ void penalizeDependentKanji(Lexicon& lexicon) {
 void spellHonorificsInKana(Lexicon& lexicon) {
   constexpr std::string_view honorific = "御";
   std::map<std::tuple<std::string, int32_t, int32_t, std::string>, std::pair<int32_t, std::string>> kana;
+  // The prefix is honorific only before a word of its own (自由 in 御自由),
+  // not in 御殿 or 御所, where 御 belongs to the word.
+  // ...or where the kana spelling is a word already (ご飯 beside 御飯).
+  std::set<std::pair<std::string_view, std::string_view>> words, spellings;
+  for (const auto& word : lexicon.words) {
+    if (isContentWord(lexicon.grammar.names[word.leftID])) words.emplace(word.reading, word.surface);
+    if (word.surface.starts_with("ご") || word.surface.starts_with("お")) spellings.emplace(word.reading, word.surface);
+  }
   for (const auto& word : lexicon.words) {
     if (!word.surface.starts_with(honorific) || word.surface.size() == honorific.size()) continue;
     // 御中 (おんちゅう) and 御霊 (みたま) are not the honorific prefix.
@@ -314,6 +322,11 @@ void spellHonorificsInKana(Lexicon& lexicon) {
     if (word.reading.starts_with("ご")) prefix = "ご";
     else if (word.reading.starts_with("お") && !word.reading.starts_with("おん")) prefix = "お";
     else continue;
+    const std::string_view rest = std::string_view(word.surface).substr(honorific.size());
+    const std::string kanaSpelling = prefix + std::string(rest);
+    if (!spellings.count({word.reading, kanaSpelling}) &&
+        !words.count({std::string_view(word.reading).substr(prefix.size()), rest}))
+      continue;
     const auto key = std::tuple{word.reading, word.leftID, word.rightID, prefix + word.surface.substr(honorific.size())};
     // The twin goes to the list its kanji spelling came from.
     auto [it, fresh] = kana.emplace(key, std::pair{word.cost, word.list});

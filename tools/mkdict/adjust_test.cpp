@@ -193,6 +193,8 @@ TEST(CostRulesTest, HonorificPrefixIsSpelledInKana) {
       {"ごじゆう", userWordID, userWordID, 4000, "御自由", "ut-skk.tsv"},
       {"おんちゅう", userWordID, userWordID, 6000, "御中"},
       {"ご", 560, 560, 6000, "御"},
+      {"じゆう", userWordID, userWordID, 5000, "自由"},
+      {"ごてん", userWordID, userWordID, 5000, "御殿"},
   });
   spellHonorificsInKana(lexicon);
   EXPECT_EQ(costOf(lexicon, "ご飯"), 5000);
@@ -200,7 +202,8 @@ TEST(CostRulesTest, HonorificPrefixIsSpelledInKana) {
   EXPECT_EQ(costOf(lexicon, "御自由"), 5000);
   EXPECT_EQ(costOf(lexicon, "御中"), 6000) << "御中 is read おん, not the prefix";
   EXPECT_EQ(costOf(lexicon, "御"), 6000);
-  ASSERT_EQ(lexicon.words.size(), 6u);
+  EXPECT_EQ(costOf(lexicon, "御殿"), 5000) << "殿 is no word read てん: 御 belongs to the word";
+  ASSERT_EQ(lexicon.words.size(), 8u);
   EXPECT_EQ(lexicon.words.back(), (WordEntry{"ごじゆう", userWordID, userWordID, 4000, "ご自由", "ut-skk.tsv"}));
 }
 

@@ -84,9 +84,11 @@ as they are). Each is a general rule, deterministic, named for --without:
                      欲しい) are spelled in kana: the kana spelling, under the
                      same ids, gets the cheapest spelling's cost (and is
                      added where IPADIC lacks it), kanji spellings +2000.
-  honorific-kana     words beginning with the prefix 御 read ご or お (御飯,
-                     御自由) get a twin with the prefix in kana (ご飯, ご自由)
-                     at the cheaper of the two costs; the 御 spelling +1000.
+  honorific-kana     words beginning with the prefix 御 read ご or お, where
+                     the rest is a word of its own or the kana spelling is
+                     one already (御自由, 御飯; not 御殿, 御所), get a twin
+                     with the prefix in kana (ご自由, ご飯) at the cheaper of
+                     the two costs; the 御 spelling +1000.
   rare-kanji         +1000 for a surface with a kanji outside JIS X 0208
                      level 1 (凭れる, 𩸽): rare, archaic or variant forms.
   kana-spellings     -600 for content words written all in hiragana: the
