@@ -38,7 +38,8 @@ Sources (each optional; at least one must give words):
                   common/annotationsDerived/ja.xml give emoji and symbols.
   --no-cldr       do not read CLDR.
   --skk FILE      SKK-JISYO (default /usr/share/skk/SKK-JISYO.L, package
-                  skkdic), EUC-JP: orders homonyms (rule skk-order).
+                  skkdic), EUC-JP: orders homonyms and adds missing words
+                  (rules skk-order, skk-words).
   --no-skk        do not read SKK.
   --corpus FILE   word counts of running text, as scripts/corpus-stats.sh
                   writes them (count TAB surface TAB katakana reading TAB six
