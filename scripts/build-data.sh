@@ -14,8 +14,26 @@ if [ ! -x "$mkdict" ]; then
   exit 1
 fi
 
+# Word counts of Debian's Japanese documentation, made again when missing or
+# when the documentation or the analyser changed.
+counts="$build/corpus-counts.tsv"
+corpus_sources=(/usr/share/man/ja /usr/share/debian-reference /usr/share/developers-reference/ja
+  /usr/share/doc/maint-guide-ja /usr/share/doc/debian/FAQ /usr/lib/x86_64-linux-gnu/mecab/dic/ipadic
+  /var/lib/mecab/dic/ipadic-utf8 "$(dirname "$0")/corpus-stats.sh")
+corpus_existing=()
+for s in "${corpus_sources[@]}"; do
+  [ -e "$s" ] && corpus_existing+=("$s")
+done
+if command -v mecab >/dev/null; then
+  if [ ! -s "$counts" ] || [ -n "$(find "${corpus_existing[@]}" -newer "$counts" -print -quit)" ]; then
+    "$(dirname "$0")/corpus-stats.sh" "$counts"
+  fi
+fi
+corpus_option=()
+[ -s "$counts" ] && corpus_option=(--corpus "$counts")
+
 # What the data is made from: a change to any of these rebuilds it.
-sources=("$mkdict"
+sources=("$mkdict" "$counts"
   /usr/share/mecab/dic/ipadic
   /usr/share/unicode/cldr/common/annotations/ja.xml
   /usr/share/unicode/cldr/common/annotationsDerived/ja.xml
@@ -35,4 +53,4 @@ if [ $# -eq 0 ] && [ -f "$stamp" ] && [ -f "$out/connection.bin" ] && [ -f "$out
 fi
 
 echo "== Building the dictionary data in $out"
-"$mkdict" --output "$out" "$@"
+"$mkdict" --output "$out" "${corpus_option[@]}" "$@"

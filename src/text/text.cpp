@@ -42,7 +42,6 @@ struct Services {
   std::unique_ptr<icu::BreakIterator> breaker;
   const icu::Normalizer2* nfc = nullptr;
   std::unique_ptr<icu::Transliterator> hiraganaKatakana;
-  std::unique_ptr<icu::Transliterator> katakanaHiragana;
   std::unique_ptr<icu::Transliterator> fullHalf;
   std::unique_ptr<icu::Transliterator> halfFull;
 
@@ -54,7 +53,6 @@ struct Services {
     nfc = icu::Normalizer2::getNFCInstance(status);
     if (U_FAILURE(status)) nfc = nullptr;
     hiraganaKatakana = make("Hiragana-Katakana", UTRANS_FORWARD);
-    katakanaHiragana = make("Hiragana-Katakana", UTRANS_REVERSE);
     fullHalf = make("Fullwidth-Halfwidth", UTRANS_FORWARD);
     halfFull = make("Fullwidth-Halfwidth", UTRANS_REVERSE);
   }
@@ -169,7 +167,13 @@ std::optional<std::string> hiraganaToKatakana(std::string_view s) {
   return transform(&Services::hiraganaKatakana, s);
 }
 std::optional<std::string> katakanaToHiragana(std::string_view s) {
-  return transform(&Services::katakanaHiragana, s);
+  // ICU's reverse transform spells the long-vowel mark out as a vowel
+  // (コーヒー to こおひい), which is not how the reading is typed; the mark
+  // stays, and every katakana letter with a hiragana twin moves to it.
+  std::u32string out = scalars(s);
+  for (auto& c : out)
+    if (c >= U'\u30A1' && c <= U'\u30F6') c -= 0x60;
+  return fromScalars(out);
 }
 std::optional<std::string> fullwidthToHalfwidth(std::string_view s) {
   return transform(&Services::fullHalf, s);

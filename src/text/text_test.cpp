@@ -34,6 +34,7 @@ TEST(Text, Transforms) {
   EXPECT_EQ(hiraganaToKatakana("とうきょう"), "トウキョウ");
   EXPECT_EQ(hiraganaToKatakana("ゔー"), "ヴー");
   EXPECT_EQ(katakanaToHiragana("カンジ"), "かんじ");
+  EXPECT_EQ(katakanaToHiragana("コンピューター・ヴ"), "こんぴゅーたー・ゔ");
   EXPECT_EQ(fullwidthToHalfwidth("ｔｏｋｙｏ！"), "tokyo!");
   EXPECT_EQ(fullwidthToHalfwidth("カナ"), "ｶﾅ");
   EXPECT_EQ(halfwidthToFullwidth("Tokyo!~"), "Ｔｏｋｙｏ！～");

@@ -17,7 +17,8 @@ using orvane::testing::TempDir;
 using orvane::testing::writeFile;
 
 const fs::path testdata = fs::path(ORVANE_SOURCE_DIR) / "tools/mkdict/testdata";
-const fs::path sharedMozc = "/work/shared/mozc";
+// The documents' Mozc files stand in shared/ beside the repository.
+const fs::path sharedMozc = fs::path(ORVANE_SOURCE_DIR).parent_path() / "shared" / "mozc";
 const Progress quiet = [](std::string_view) {};
 
 std::vector<std::string> valuesOf(const ReadingTable& table, std::string_view reading) {
