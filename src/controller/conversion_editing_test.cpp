@@ -38,21 +38,11 @@ class ConversionTest : public ControllerFixture {
     key(Key::space);
   }
 
-  std::vector<std::string> logged(std::string_view prefix) const {
-    std::vector<std::string> out;
+  Strings logged(std::string_view prefix) const {
+    Strings out;
     for (const auto& m : log->messages("imk"))
       if (m.rfind(prefix, 0) == 0) out.push_back(m);
     return out;
-  }
-
-  std::vector<platform::TextRange> runRanges() const {
-    std::vector<platform::TextRange> out;
-    for (const auto& r : client.marked->text.runs) out.push_back({r.start, r.length});
-    return out;
-  }
-
-  static Strings converterTexts(std::string_view reading) {
-    return Converter::convert(text::characters(reading)).at(0).texts();
   }
 
   testing::Environment env;
@@ -69,22 +59,18 @@ TEST_F(ConversionTest, SpaceConvertsAndShowsTheWindowOnTheFirstRow) {
   EXPECT_EQ(styles(), (std::vector<int>{5, 4, 4}));
   EXPECT_EQ(client.caret(), 0);
   // The emoji counts two UTF-16 units in every range.
-  EXPECT_EQ(runRanges(), (std::vector<platform::TextRange>{{0, 1}, {1, 2}, {3, 1}}));
+  std::vector<platform::TextRange> ranges;
+  for (const auto& r : client.marked->text.runs) ranges.push_back({r.start, r.length});
+  EXPECT_EQ(ranges, (std::vector<platform::TextRange>{{0, 1}, {1, 2}, {3, 1}}));
   EXPECT_EQ(panel->updates, 1);
   EXPECT_EQ(panel->hints, (std::vector<int>{2}));
-  EXPECT_TRUE(panel->arrows.empty());
   EXPECT_TRUE(panel->isVisible());
   EXPECT_EQ(panel->rows(), focused().texts());
 }
 
 TEST_F(ConversionTest, FocusMovesBetweenClausesAndStopsAtTheEnds) {
   convert("nekoinutori");
-  struct Step {
-    uint16_t code;
-    int64_t focus;
-    std::vector<int> styles;
-    int64_t caret;
-  } steps[] = {
+  struct { uint16_t code; int64_t focus; std::vector<int> styles; int64_t caret; } steps[] = {
       {Key::left, 0, {5, 4, 4}, 0},  {Key::right, 1, {4, 5, 4}, 1}, {Key::right, 2, {4, 4, 5}, 3},
       {Key::right, 2, {4, 4, 5}, 3}, {Key::left, 1, {4, 5, 4}, 1},
   };
@@ -101,21 +87,16 @@ TEST_F(ConversionTest, FocusMovesBetweenClausesAndStopsAtTheEnds) {
 }
 
 TEST_F(ConversionTest, AlphabetFormsFollowTheConvertersCandidatesOnce) {
-  struct Case {
-    std::string typed;
-    std::string reading;
-    Strings alphabet;
-  } cases[] = {
+  struct { std::string typed, reading; Strings alphabet; } cases[] = {
       {"kyou", "きょう", {"kyou", "Kyou", "KYOU", "ｋｙｏｕ", "Ｋｙｏｕ", "ＫＹＯＵ"}},
       {"neko", "ねこ", {"neko", "Neko", "NEKO", "ｎｅｋｏ", "Ｎｅｋｏ", "ＮＥＫＯ"}},
-      // No letter among the keystrokes: nothing is added.
-      {"1", "１", {}},
+      {"1", "１", {}},  // no letter among the keystrokes
   };
   for (const auto& c : cases) {
     restart();
     convert(c.typed);
     ASSERT_EQ(controller->clauses().size(), 1u) << c.typed;
-    auto expected = converterTexts(c.reading);
+    auto expected = Converter::convert(text::characters(c.reading)).at(0).texts();
     expected.insert(expected.end(), c.alphabet.begin(), c.alphabet.end());
     EXPECT_EQ(focused().texts(), expected) << c.typed;
   }
@@ -128,7 +109,6 @@ TEST_F(ConversionTest, AlphabetFormsFollowTheConvertersCandidatesOnce) {
   auto texts = focused().texts();
   EXPECT_EQ(std::count(texts.begin(), texts.end(), "Neko"), 1);
   EXPECT_EQ(texts.at(1), "Neko");
-  EXPECT_EQ(texts.back(), "ＮＥＫＯ");
 }
 
 TEST_F(ConversionTest, UpperCaseMakesOneClauseWithAlphabetFormsAfterLearnedOnes) {
@@ -143,7 +123,6 @@ TEST_F(ConversionTest, UpperCaseMakesOneClauseWithAlphabetFormsAfterLearnedOnes)
   restart();
   convert("nekoTori");
   ASSERT_EQ(controller->clauses().size(), 1u);
-  EXPECT_EQ(focused().reading, "ねこTori");
   EXPECT_EQ(focused().texts().at(0), "nekoTori");
 }
 
@@ -151,28 +130,14 @@ TEST_F(ConversionTest, StepAndPageMoveTheIndexAndTheWindowTogether) {
   convert("ka");
   ASSERT_EQ(focused().candidates.size(), 20u);
   EXPECT_TRUE(key(Key::up));  // nothing above the first
-  EXPECT_TRUE(panel->arrows.empty());
   for (int i = 0; i < 15; ++i) key(Key::space);
-  EXPECT_EQ(focused().index, 15);
-  EXPECT_EQ(panel->selectedCandidate(), 15);
+  ASSERT_EQ(focused().index, 15);
 
-  struct Step {
-    uint16_t code;
-    uint64_t flags;
-    int64_t index;
-    std::vector<bool> arrows;
-  } steps[] = {
-      {Key::tab, 0, 19, {true, true, true, true}},
-      {Key::tab, 0, 19, {}},
-      {Key::space, 0, 19, {}},
-      {Key::down, 0, 19, {}},
-      {Key::tab, shiftFlag, 10, std::vector<bool>(9, false)},
-      {Key::up, 0, 9, {false}},
-      {Key::tab, shiftFlag, 0, std::vector<bool>(9, false)},
-      {Key::down, 0, 1, {true}},
-      {Key::space, 0, 2, {true}},
-      {Key::space, 0, 3, {true}},
-      {Key::tab, shiftFlag, 0, {false, false, false}},
+  const std::vector<bool> nineUp(9, false);
+  struct { uint16_t code; uint64_t flags; int64_t index; std::vector<bool> arrows; } steps[] = {
+      {Key::tab, 0, 19, {true, true, true, true}}, {Key::tab, 0, 19, {}},     {Key::space, 0, 19, {}},
+      {Key::tab, shiftFlag, 10, nineUp},           {Key::up, 0, 9, {false}},   {Key::tab, shiftFlag, 0, nineUp},
+      {Key::down, 0, 1, {true}},                   {Key::space, 0, 2, {true}}, {Key::tab, shiftFlag, 0, {false, false}},
       {Key::tab, shiftFlag, 0, {}},
   };
   for (const auto& s : steps) {
@@ -193,31 +158,25 @@ TEST_F(ConversionTest, ResizeReconvertsFromTheFocusedClause) {
   log->lines.clear();
 
   EXPECT_TRUE(key(Key::right, shiftFlag));
-  auto expected = Converter::convert(text::characters("ねこいぬとり"), 3);
-  Strings expectedSurfaces;
-  for (const auto& c : expected) expectedSurfaces.push_back(c.surface());
-  EXPECT_EQ(surfaces(), expectedSurfaces);
-  EXPECT_EQ(controller->clauses().at(0).range, (Range{0, 3}));
-  EXPECT_EQ(controller->focus(), 0);
-  for (const auto& c : controller->clauses()) EXPECT_EQ(c.index, 0);  // the choice of 犬 is gone
   std::string joined;
-  for (const auto& s : expectedSurfaces) joined += (joined.empty() ? "" : "|") + s;
+  for (const auto& c : Converter::convert(text::characters("ねこいぬとり"), 3))
+    joined += (joined.empty() ? "" : "|") + c.surface();
   EXPECT_EQ(logged("resize:"), (Strings{"resize: clauses=" + joined}));
+  EXPECT_EQ(controller->clauses().at(0).range, (Range{0, 3}));
+  for (const auto& c : controller->clauses()) EXPECT_EQ(c.index, 0);  // the choice of 犬 is gone
   EXPECT_EQ(panel->rows(), focused().texts());
   // The resized clause got its alphabet forms from its own keystrokes.
   EXPECT_EQ(focused().texts().back(), "ＮＥＫＯＩ");
 
-  // Requests past either end change nothing.
-  restart();
-  convert("nekoinutori");
+  // Past the end nothing changes; shorter than one character neither.
   key(Key::right);
   key(Key::right);
   log->lines.clear();
-  EXPECT_TRUE(key(Key::right, shiftFlag));  // the last clause already reaches the end
+  EXPECT_TRUE(key(Key::right, shiftFlag));
+  while (focused().range.length() > 1) key(Key::left, shiftFlag);
+  log->lines.clear();
   key(Key::left, shiftFlag);
-  key(Key::left, shiftFlag);  // from length 1 nothing shorter
-  EXPECT_EQ(controller->clauses().back().range.length(), 1);
-  EXPECT_EQ(logged("resize:").size(), 1u);
+  EXPECT_TRUE(logged("resize:").empty());
 }
 
 TEST_F(ConversionTest, ForgetDropsTheLearnedChoiceAndBoundariesAtTheClauseEdges) {
@@ -232,10 +191,8 @@ TEST_F(ConversionTest, ForgetDropsTheLearnedChoiceAndBoundariesAtTheClauseEdges)
   EXPECT_FALSE(Learning::isLearned("ねこ", "根子"));
   EXPECT_EQ(logged("forget"), (Strings{"forget: ねこ -> 根子", "forget segment: ねこいぬ"}));
   EXPECT_EQ(surfaces(), (Strings{"猫", dog, "鳥"}));
-  EXPECT_EQ(focused().range, (Range{0, 2}));
   EXPECT_EQ(focused().texts().back(), "ＮＥＫＯ");
   EXPECT_EQ(panel->updates, 1);
-  EXPECT_EQ(client.markedString(), "猫" + dog + "鳥");
 
   // The boundary forgotten at the edge is not given up again at commit; the
   // other one is confirmed.
@@ -246,12 +203,10 @@ TEST_F(ConversionTest, ForgetDropsTheLearnedChoiceAndBoundariesAtTheClauseEdges)
 }
 
 TEST_F(ConversionTest, CommitTeachesOnlyWhatTheUserChoseOrConfirmed) {
-  // Untouched: nothing to learn.
   convert("nekoinutori");
   key(Key::returnKey);
   EXPECT_EQ(client.committed, "猫" + dog + "鳥");
   EXPECT_TRUE(logged("learn").empty());
-  EXPECT_FALSE(Learning::hasEntries("ねこ"));
   EXPECT_FALSE(panel->isVisible());
   EXPECT_TRUE(controller->composer().isEmpty());
 
@@ -264,24 +219,20 @@ TEST_F(ConversionTest, CommitTeachesOnlyWhatTheUserChoseOrConfirmed) {
   EXPECT_EQ(logged("learn"), (Strings{"learn: いぬ -> 犬"}));
   log->lines.clear();
   convert("inu");
-  EXPECT_EQ(surfaces(), (Strings{"犬"}));
   key(Key::returnKey);
   EXPECT_EQ(logged("learn"), (Strings{"learn: いぬ -> 犬"}));
 }
 
-TEST_F(ConversionTest, CommitTeachesBoundariesTheUserMadeAndForgetsThoseMovedAway) {
-  // Shift+Left makes a boundary at 1: both clauses touching it are learned,
-  // and the boundary is recorded as the two readings joined.
+TEST_F(ConversionTest, CommitTeachesTheBoundaryTheUserMade) {
+  // Both clauses touching the boundary are learned, and the two readings joined.
   convert("nekoinutori");
   key(Key::left, shiftFlag);
-  ASSERT_EQ(controller->clauses().at(1).range.lower, 1);
-  const auto first = controller->clauses().at(0);
-  const auto second = controller->clauses().at(1);
+  const auto first = controller->clauses().at(0).surface();
+  const auto second = controller->clauses().at(1).surface();
   log->lines.clear();
   key(Key::returnKey);
-  EXPECT_EQ(logged("learn:"), (Strings{"learn: ね -> " + first.surface(), "learn: こ -> " + second.surface()}));
+  EXPECT_EQ(logged("learn:"), (Strings{"learn: ね -> " + first, "learn: こ -> " + second}));
   EXPECT_EQ(logged("learn segment"), (Strings{"learn segment: ねこ at 1"}));
-
 }
 
 TEST_F(ConversionTest, LearnedBoundaryIsConfirmedWhenKeptAndForgottenWhenMovedAway) {
@@ -313,8 +264,6 @@ TEST_F(ConversionTest, BackspaceAndEscapeReturnToComposingWithoutLearning) {
     EXPECT_EQ(client.caret(), 6);
     EXPECT_EQ(styles(), (std::vector<int>{2}));
     EXPECT_FALSE(panel->isVisible());
-    EXPECT_TRUE(client.insertions.empty());
-    // Composing again, Return commits the kana and teaches nothing.
     key(Key::returnKey);
     EXPECT_EQ(client.committed, "ねこいぬとり");
     EXPECT_FALSE(Learning::hasEntries("いぬ"));
@@ -326,13 +275,11 @@ TEST_F(ConversionTest, TypingOnCommitsTheConversion) {
   EXPECT_TRUE(character("a"));
   EXPECT_EQ(client.committed, "猫");
   EXPECT_EQ(client.markedString(), "あ");
-  EXPECT_FALSE(controller->isConverting());
 
   key(Key::space);
   const auto surface = focused().surface();
   EXPECT_FALSE(character("1", keypadFlag));  // commits, then the keypad digit passes
   EXPECT_EQ(client.committed, "猫" + surface);
-  EXPECT_TRUE(controller->composer().isEmpty());
 
   convert("neko");
   EXPECT_TRUE(key(Key::space, shiftFlag));
@@ -342,24 +289,21 @@ TEST_F(ConversionTest, TypingOnCommitsTheConversion) {
 // Whatever arrives, clauses stay contiguous over the reading and every index
 // stays in range.
 TEST_F(ConversionTest, NoKeySequenceBreaksTheConversion) {
-  const uint16_t codes[] = {Key::space, Key::space,  Key::left,     Key::right,         Key::up,
-                            Key::down,  Key::tab,    Key::deleteBackward, Key::deleteForward, Key::escape,
-                            Key::returnKey, Key::eisu, Key::kana};
+  const uint16_t codes[] = {Key::space, Key::left,   Key::right,     Key::up,        Key::down, Key::tab,
+                            Key::escape, Key::eisu, Key::returnKey, Key::deleteBackward, Key::deleteForward, Key::kana};
+  const uint16_t editing[] = {Key::space, Key::left, Key::right, Key::up, Key::down, Key::tab, Key::deleteForward};
   const std::string letters = "kanejiutorinx-1T";
   std::mt19937 random(7);
   int convertingRounds = 0;
   for (int round = 0; round < 1500; ++round) {
+    const uint64_t flags = (random() % 3 == 0) ? shiftFlag : 0;
     // While converting, mostly editing keys, so that conversions last.
-    const uint16_t editing[] = {Key::space, Key::left, Key::right, Key::up, Key::down, Key::tab, Key::deleteForward};
-    auto r = random() % 4;
-    if (controller->isConverting() && random() % 5 != 0) {
-      key(editing[random() % std::size(editing)], (random() % 3 == 0) ? shiftFlag : 0);
-    } else if (r == 0) {
+    if (controller->isConverting() && random() % 5 != 0)
+      key(editing[random() % std::size(editing)], flags);
+    else if (random() % 4 == 0)
       character(std::string(1, letters[random() % letters.size()]));
-    } else {
-      uint64_t flags = (random() % 3 == 0) ? shiftFlag : 0;
+    else
       key(codes[random() % std::size(codes)], flags);
-    }
     if (random() % 29 == 0) panel->highlightRow(static_cast<int64_t>(random() % 30));
     if (random() % 31 == 0) controller->candidateSelectionChanged("x");
     if (random() % 53 == 0) panel->selectRow(0);
@@ -379,13 +323,10 @@ TEST_F(ConversionTest, NoKeySequenceBreaksTheConversion) {
     for (const auto& c : clauses) {
       ASSERT_EQ(c.range.lower, expected) << round;
       ASSERT_GT(c.range.upper, c.range.lower) << round;
-      ASSERT_FALSE(c.candidates.empty()) << round;
-      ASSERT_GE(c.index, 0);
-      ASSERT_LT(c.index, static_cast<int64_t>(c.candidates.size())) << round;
+      ASSERT_TRUE(c.index >= 0 && c.index < static_cast<int64_t>(c.candidates.size())) << round;
       expected = c.range.upper;
     }
     ASSERT_EQ(expected, static_cast<int64_t>(text::characterCount(controller->composer().kana()))) << round;
-    ASSERT_GE(controller->focus(), 0);
     ASSERT_LT(controller->focus(), static_cast<int64_t>(clauses.size()));
     ASSERT_EQ(panel->selectedCandidate(), focused().index) << round;
   }
