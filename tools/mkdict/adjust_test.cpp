@@ -9,24 +9,29 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using ::testing::Not;
 using orvane::testing::readFile;
 using orvane::testing::TempDir;
 
 const fs::path testdata = fs::path(ORVANE_SOURCE_DIR) / "tools/mkdict/testdata";
+constexpr int32_t U = userWordID;
+const Progress quiet = [](std::string_view) {};
+
+SKKDictionary fixtureSKK() {
+  Diagnostics diagnostics;
+  return readSKK(testdata / "skk/SKK-JISYO.test", diagnostics);
+}
 
 // A grammar whose ids carry the names the rules look at.
 Lexicon lexiconOf(std::vector<WordEntry> words) {
   Lexicon lexicon;
   lexicon.grammar.names.assign(2645, "");
-  lexicon.grammar.names[0] = "BOS/EOS,*,*,*,*,*,*";
-  lexicon.grammar.names[1] = "助詞,係助詞,*,*,*,*,は";
-  lexicon.grammar.names[2] = "名詞,固有名詞,地域,一般,*,*,*";
-  lexicon.grammar.names[3] = "名詞,数,*,*,*,*,*";
-  lexicon.grammar.names[4] = "名詞,接尾,助数詞,*,*,*,*";
-  lexicon.grammar.names[5] = "名詞,副詞可能,*,*,*,*,*";
-  lexicon.grammar.names[6] = "形容詞,自立,*,*,形容詞・アウオ段,基本形,*";
-  lexicon.grammar.names[7] = "動詞,非自立,*,*,五段・ラ行特殊,連用形,下さる";
-  lexicon.grammar.names[8] = "名詞,非自立,一般,*,*,*,*";
+  const char* names[] = {"BOS/EOS,*,*,*,*,*,*",          "助詞,係助詞,*,*,*,*,は",
+                         "名詞,固有名詞,地域,一般,*,*,*", "名詞,数,*,*,*,*,*",
+                         "名詞,接尾,助数詞,*,*,*,*",      "名詞,副詞可能,*,*,*,*,*",
+                         "形容詞,自立,*,*,形容詞・アウオ段,基本形,*",
+                         "動詞,非自立,*,*,五段・ラ行特殊,連用形,下さる", "名詞,非自立,一般,*,*,*,*"};
+  std::copy(std::begin(names), std::end(names), lexicon.grammar.names.begin());
   lexicon.grammar.names[userWordID] = std::string(userWordName);
   lexicon.grammar.names[fallbackSymbolID] = std::string(fallbackSymbolName);
   lexicon.words = std::move(words);
@@ -48,12 +53,8 @@ TEST(SKKTest, ReadsCandidatesWithoutAnnotationsOrPrograms) {
   EXPECT_THAT(skk.at("じょしこうせい"), ElementsAre("女子高生", "JK"));
   EXPECT_EQ(skk.size(), 9u);
   EXPECT_EQ(diagnostics.count(), 1u);
-  try {
-    readSKK("/nonexistent/SKK-JISYO.L", diagnostics);
-    FAIL();
-  } catch (const SourceError& e) {
-    EXPECT_THAT(e.what(), HasSubstr("skkdic"));
-  }
+  EXPECT_THAT([&] { readSKK("/nonexistent/SKK-JISYO.L", diagnostics); },
+              ::testing::ThrowsMessage<SourceError>(HasSubstr("skkdic")));
 }
 
 TEST(SKKTest, KeysSplitOkuriganaByItsFirstKana) {
@@ -77,46 +78,29 @@ TEST(SKKTest, KeysSplitOkuriganaByItsFirstKana) {
 
 TEST(SKKTest, HomonymsTakeTheReadingsCostsInSKKOrder) {
   Lexicon lexicon = lexiconOf({
-      {"あと", userWordID, userWordID, 5401, "跡"},
-      {"あと", 5, 5, 10122, "後"},
-      {"あと", userWordID, userWordID, 10550, "後"},
-      {"あと", 2, 2, 9128, "阿戸"},
-      {"あと", 5, 5, 6788, "あと"},
-      {"おもう", 6, 6, 7000, "想う"},
-      {"おもう", 6, 6, 7500, "思う"},
-      {"けんざかい", userWordID, userWordID, 9000, "県堺"},
-      {"かんじ", userWordID, userWordID, 5000, "感じ"},
-      {"かんじ", userWordID, userWordID, 6000, "漢字"},
-      {"さい", 6, 6, 5000, "咲い"},
-      {"さい", 6, 6, 5100, "割い"},
-      {"さい", userWordID, userWordID, 4000, "才"},
-      {"さい", userWordID, userWordID, 6000, "差異"},
+      {"あと", U, U, 5401, "跡"},         {"あと", 5, 5, 10122, "後"},      {"あと", U, U, 10550, "後"},
+      {"あと", 2, 2, 9128, "阿戸"},       {"あと", 5, 5, 6788, "あと"},     {"おもう", 6, 6, 7000, "想う"},
+      {"おもう", 6, 6, 7500, "思う"},     {"けんざかい", U, U, 9000, "県堺"}, {"かんじ", U, U, 5000, "感じ"},
+      {"かんじ", U, U, 6000, "漢字"},     {"さい", 6, 6, 5000, "咲い"},     {"さい", 6, 6, 5100, "割い"},
+      {"さい", U, U, 4000, "才"},         {"さい", U, U, 6000, "差異"},
   });
-  Diagnostics diagnostics;
-  applySKKOrder(lexicon, readSKK(testdata / "skk/SKK-JISYO.test", diagnostics));
-  // The reading's costs 5401, 9128, 10122 are dealt out as 後, 跡, then the unlisted 阿戸.
-  EXPECT_EQ(costOf(lexicon, "後", 5), 5401);
-  EXPECT_EQ(costOf(lexicon, "後", userWordID), 5401 + 428) << "a surface's other entries move with it";
-  EXPECT_EQ(costOf(lexicon, "跡"), 9128);
-  EXPECT_EQ(costOf(lexicon, "阿戸"), 10122);
-  EXPECT_EQ(costOf(lexicon, "あと"), 6788) << "kana spellings are not SKK's to order";
-  EXPECT_EQ(costOf(lexicon, "思う"), 7000);
-  EXPECT_EQ(costOf(lexicon, "想う"), 7500);
-  EXPECT_EQ(costOf(lexicon, "県堺"), 9000) << "with no listed spelling there is nothing to order by";
-  // 感じ ends in kana but SKK lists it whole under its reading.
-  EXPECT_EQ(costOf(lexicon, "漢字"), 5000);
-  EXPECT_EQ(costOf(lexicon, "感じ"), 6000);
+  applySKKOrder(lexicon, fixtureSKK());
+  // The reading's costs 5401, 9128, 10122 are dealt out as 後, 跡, then the
+  // unlisted 阿戸; a surface's other entries move with it. Kana spellings are
+  // not SKK's to order, and with no listed spelling there is nothing to order
+  // by (県堺). 感じ ends in kana but SKK lists it whole under its reading.
   // Ranks count only among the spellings of one key, each a step behind the last.
-  EXPECT_EQ(costOf(lexicon, "咲い"), 5000);
-  EXPECT_EQ(costOf(lexicon, "割い"), 5500);
-  EXPECT_EQ(costOf(lexicon, "差異"), 4000);
-  EXPECT_EQ(costOf(lexicon, "才"), 6000);
+  EXPECT_EQ(costOf(lexicon, "後", 5), 5401);
+  EXPECT_EQ(costOf(lexicon, "後", U), 5401 + 428);
+  for (auto [surface, cost] : {std::pair{"跡", 9128}, {"阿戸", 10122}, {"あと", 6788}, {"思う", 7000}, {"想う", 7500},
+                               {"県堺", 9000}, {"漢字", 5000}, {"感じ", 6000}, {"咲い", 5000}, {"割い", 5500},
+                               {"差異", 4000}, {"才", 6000}})
+    EXPECT_EQ(costOf(lexicon, surface), cost) << surface;
 }
 
 TEST(SKKTest, MissingNounsGoToTheirOwnSortedList) {
-  Lexicon lexicon = lexiconOf({{"かんじ", userWordID, userWordID, 5352, "漢字"}});
-  Diagnostics diagnostics;
-  addSKKWords(lexicon, readSKK(testdata / "skk/SKK-JISYO.test", diagnostics));
+  Lexicon lexicon = lexiconOf({{"かんじ", U, U, 5352, "漢字"}});
+  addSKKWords(lexicon, fixtureSKK());
   EXPECT_EQ(wordLines(lexicon.words, "ut-skk.tsv"),
             "かんじ\t1851\t1851\t5800\t感じ\n"
             "かんじ\t1851\t1851\t6100\t幹事\n"
@@ -131,52 +115,38 @@ TEST(CostRulesTest, EachRuleTouchesOnlyItsWords) {
     WordEntry word;
     int32_t change;
   };
-  const std::vector<WordEntry> context = {{"ひと", userWordID, userWordID, 7000, "人"}};
+  constexpr int32_t S = fallbackSymbolID;
   for (const Case& c : {
-           Case{"katakana-variants", {"ひと", userWordID, userWordID, 4000, "ヒト"}, 2000},
-           Case{"katakana-variants", {"べっど", userWordID, userWordID, 4000, "ベッド"}, 0},
-           Case{"katakana-variants", {"ー", userWordID, userWordID, 4000, "ー"}, 0},
-           Case{"proper-nouns", {"あと", 2, 2, 9000, "阿戸"}, 1000},
-           Case{"proper-nouns", {"あと", userWordID, userWordID, 9000, "跡"}, 0},
-           Case{"symbol-readings", {"ご", 3, 3, 3000, "５"}, 5000},
-           Case{"symbol-readings", {"えん", fallbackSymbolID, fallbackSymbolID, 3000, "￥"}, 5000},
-           Case{"symbol-readings", {"→", fallbackSymbolID, fallbackSymbolID, 1800, "→"}, 0},
-           Case{"symbol-readings", {"えむでぃー", userWordID, userWordID, 3000, "ＭＤ"}, 5000},
-           Case{"numerals", {"に", 3, 3, 4400, "二"}, 2000},
-           Case{"numerals", {"ひゃくまん", 3, 3, 4400, "百万"}, 0},
+           Case{"katakana-variants", {"ひと", U, U, 4000, "ヒト"}, 2000}, Case{"katakana-variants", {"ー", U, U, 4000, "ー"}, 0},
+           Case{"katakana-variants", {"べっど", U, U, 4000, "ベッド"}, 0},
+           Case{"proper-nouns", {"あと", 2, 2, 9000, "阿戸"}, 1000}, Case{"proper-nouns", {"あと", U, U, 9000, "跡"}, 0},
+           Case{"symbol-readings", {"ご", 3, 3, 3000, "５"}, 5000}, Case{"symbol-readings", {"→", S, S, 1800, "→"}, 0},
+           Case{"symbol-readings", {"えん", S, S, 3000, "￥"}, 5000},
+           Case{"symbol-readings", {"えむでぃー", U, U, 3000, "ＭＤ"}, 5000},
+           Case{"numerals", {"に", 3, 3, 4400, "二"}, 2000}, Case{"numerals", {"ひゃくまん", 3, 3, 4400, "百万"}, 0},
            Case{"numerals", {"ご", 3, 3, 4400, "５"}, 0},
-           Case{"short-readings", {"い", userWordID, userWordID, 6000, "胃"}, 1500},
-           Case{"short-readings", {"こ", 4, 4, 6000, "個"}, 0},
+           Case{"short-readings", {"い", U, U, 6000, "胃"}, 1500}, Case{"short-readings", {"こ", 4, 4, 6000, "個"}, 0},
            Case{"short-readings", {"いい", 6, 6, 6000, "良い"}, 0},
-           Case{"kana-spellings", {"すごい", 6, 6, 6800, "すごい"}, -600},
-           Case{"kana-spellings", {"は", 1, 1, 3800, "は"}, 0},
-           Case{"kana-spellings", {"ひと", userWordID, userWordID, 4000, "ヒト"}, 0},
-           Case{"rare-kanji", {"もたれる", 6, 6, 8000, "凭れる"}, 1000},
-           Case{"rare-kanji", {"ひとびと", userWordID, userWordID, 5000, "人々"}, 0},
-           Case{"rare-kanji", {"しかる", 6, 6, 8000, "叱る"}, 0},
-           Case{"rare-kanji", {"ほっけ", userWordID, userWordID, 8000, "𩸽"}, 1000},
+           Case{"kana-spellings", {"すごい", 6, 6, 6800, "すごい"}, -600}, Case{"kana-spellings", {"は", 1, 1, 3800, "は"}, 0},
+           Case{"kana-spellings", {"ひと", U, U, 4000, "ヒト"}, 0},
+           Case{"rare-kanji", {"もたれる", 6, 6, 8000, "凭れる"}, 1000}, Case{"rare-kanji", {"しかる", 6, 6, 8000, "叱る"}, 0},
+           Case{"rare-kanji", {"ひとびと", U, U, 5000, "人々"}, 0}, Case{"rare-kanji", {"ほっけ", U, U, 8000, "𩸽"}, 1000},
        }) {
     Adjustments only;
     for (auto name : adjustmentNames) setAdjustment(only, name, false);
     ASSERT_TRUE(setAdjustment(only, c.rule, true));
-    std::vector<WordEntry> words = context;
-    words.push_back(c.word);
-    Lexicon lexicon = lexiconOf(words);
+    Lexicon lexicon = lexiconOf({{"ひと", U, U, 7000, "人"}, c.word});
     applyAdjustments(lexicon, only, nullptr);
     EXPECT_EQ(lexicon.words.back().cost - c.word.cost, c.change) << c.rule << " " << c.word.surface;
     EXPECT_EQ(lexicon.words.front().cost, 7000) << c.rule << " touched 人";
   }
-  Adjustments adjustments;
-  EXPECT_FALSE(setAdjustment(adjustments, "no-such-rule", false));
+  Adjustments unknown;
+  EXPECT_FALSE(setAdjustment(unknown, "no-such-rule", false));
 }
 
 TEST(CostRulesTest, DependentWordsAreSpelledInKana) {
-  Lexicon lexicon = lexiconOf({
-      {"ください", 7, 7, 7900, "下さい"},
-      {"こと", 8, 8, 6100, "事"},
-      {"こと", 8, 8, 6500, "こと"},
-      {"こと", userWordID, userWordID, 5200, "事"},
-  });
+  Lexicon lexicon = lexiconOf({{"ください", 7, 7, 7900, "下さい"}, {"こと", 8, 8, 6100, "事"},
+                               {"こと", 8, 8, 6500, "こと"}, {"こと", U, U, 5200, "事"}});
   penalizeDependentKanji(lexicon);
   ASSERT_EQ(lexicon.words.size(), 5u);
   EXPECT_EQ(lexicon.words[0].cost, 9900);
@@ -187,24 +157,17 @@ TEST(CostRulesTest, DependentWordsAreSpelledInKana) {
 }
 
 TEST(CostRulesTest, HonorificPrefixIsSpelledInKana) {
-  Lexicon lexicon = lexiconOf({
-      {"ごはん", userWordID, userWordID, 5000, "御飯"},
-      {"ごはん", userWordID, userWordID, 5600, "ご飯"},
-      {"ごじゆう", userWordID, userWordID, 4000, "御自由", "ut-skk.tsv"},
-      {"おんちゅう", userWordID, userWordID, 6000, "御中"},
-      {"ご", 560, 560, 6000, "御"},
-      {"じゆう", userWordID, userWordID, 5000, "自由"},
-      {"ごてん", userWordID, userWordID, 5000, "御殿"},
-  });
+  Lexicon lexicon = lexiconOf({{"ごはん", U, U, 5000, "御飯"}, {"ごはん", U, U, 5600, "ご飯"},
+                               {"ごじゆう", U, U, 4000, "御自由", "ut-skk.tsv"}, {"おんちゅう", U, U, 6000, "御中"},
+                               {"ご", 560, 560, 6000, "御"}, {"じゆう", U, U, 5000, "自由"},
+                               {"ごてん", U, U, 5000, "御殿"}});
   spellHonorificsInKana(lexicon);
-  EXPECT_EQ(costOf(lexicon, "ご飯"), 5000);
-  EXPECT_EQ(costOf(lexicon, "御飯"), 6000);
-  EXPECT_EQ(costOf(lexicon, "御自由"), 5000);
-  EXPECT_EQ(costOf(lexicon, "御中"), 6000) << "御中 is read おん, not the prefix";
-  EXPECT_EQ(costOf(lexicon, "御"), 6000);
-  EXPECT_EQ(costOf(lexicon, "御殿"), 5000) << "殿 is no word read てん: 御 belongs to the word";
+  // 御中 is read おん, not the prefix; 殿 is no word read てん, so 御 belongs to 御殿.
+  for (auto [surface, cost] : {std::pair{"ご飯", 5000}, {"御飯", 6000}, {"御自由", 5000}, {"御中", 6000}, {"御", 6000},
+                               {"御殿", 5000}})
+    EXPECT_EQ(costOf(lexicon, surface), cost) << surface;
   ASSERT_EQ(lexicon.words.size(), 8u);
-  EXPECT_EQ(lexicon.words.back(), (WordEntry{"ごじゆう", userWordID, userWordID, 4000, "ご自由", "ut-skk.tsv"}));
+  EXPECT_EQ(lexicon.words.back(), (WordEntry{"ごじゆう", U, U, 4000, "ご自由", "ut-skk.tsv"}));
 }
 
 TEST(CostRulesTest, BuildWithSKKMergesOrSeparatesTheAddedWordsAndCreditsThem) {
@@ -215,30 +178,29 @@ TEST(CostRulesTest, BuildWithSKKMergesOrSeparatesTheAddedWordsAndCreditsThem) {
   options.cldr = testdata / "cldr";
   options.skk = testdata / "skk/SKK-JISYO.test";
   const std::string added = "けんざかい\t1851\t1851\t4700\t県境\n";
-  build(options, [](std::string_view) {});
+  build(options, quiet);
   EXPECT_FALSE(fs::exists(dir / "Mozc/ut-skk.tsv"));
   EXPECT_THAT(readFile(dir / "Mozc/mozc.tsv"), HasSubstr(added));
   EXPECT_THAT(readFile(dir / "Mozc/CREDITS.txt"), HasSubstr("Fixture licence for the small SKK sample."));
 
   options.separateLists = true;
-  build(options, [](std::string_view) {});
+  build(options, quiet);
   const std::string extra = readFile(dir / "Mozc/ut-skk.tsv");
   EXPECT_THAT(extra, HasSubstr(added));
-  EXPECT_THAT(readFile(dir / "Mozc/mozc.tsv"), ::testing::Not(HasSubstr(added)));
-  EXPECT_EQ(firstUnsortedLine(extra), std::nullopt);
+  EXPECT_THAT(readFile(dir / "Mozc/mozc.tsv"), Not(HasSubstr(added)));
 
   // Word counts are an optional source, credited when given.
   orvane::testing::writeFile(dir / "counts.tsv", "5\t漢字\tカンジ\t名詞,一般,*,*,*,*\nbroken line\n");
   options.corpus = dir / "counts.tsv";
-  EXPECT_EQ(build(options, [](std::string_view) {}).diagnostics.byFile().at("counts.tsv"), 1u);
+  EXPECT_EQ(build(options, quiet).diagnostics.byFile().at("counts.tsv"), 1u);
   EXPECT_THAT(readFile(dir / "Mozc/CREDITS.txt"), HasSubstr("Word counts"));
 
   options.corpus.reset();
   options.adjustments.skkOrder = false;
   options.adjustments.skkWords = false;
-  build(options, [](std::string_view) {});
+  build(options, quiet);
   EXPECT_FALSE(fs::exists(dir / "Mozc/ut-skk.tsv"));
-  EXPECT_THAT(readFile(dir / "Mozc/CREDITS.txt"), ::testing::Not(HasSubstr("SKK")));
+  EXPECT_THAT(readFile(dir / "Mozc/CREDITS.txt"), Not(HasSubstr("SKK")));
 }
 
 }  // namespace
