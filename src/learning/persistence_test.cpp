@@ -28,44 +28,16 @@ using ::orvane::testing::writeFile;
 
 // The two stores seen through one face: item i is a learned pair or key.
 struct StoreKind {
-  std::string name;
-  std::string fileName;
+  std::string name, fileName;
   void (*recordItem)(int i);
   bool (*holdsItem)(int i);
   void (*reload)();
   void (*reset)();
-  // The item a valid line stands for, or nullopt when the line is malformed.
-  std::optional<int> (*itemOfLine)(std::string_view line);
-  std::string saveFailedPrefix;
-  std::string keptAsidePrefix;
+  std::string secondField(int i) const { return name == "Learning" ? "読" + std::to_string(i) : "2"; }
+  std::string saveFailedPrefix, keptAsidePrefix;
 };
 
 std::string reading(int i) { return "よみ" + std::to_string(i); }
-
-std::optional<int> itemNumber(std::string_view field, std::string_view prefix) {
-  if (!field.starts_with(prefix)) return std::nullopt;
-  auto n = store::parseInteger(field.substr(prefix.size()));
-  if (!n) return std::nullopt;
-  return static_cast<int>(*n);
-}
-
-std::optional<int> learningItem(std::string_view line) {
-  std::vector<std::string_view> fields;
-  store::splitFields(line, fields);
-  if (fields.size() != 4 || !store::parseInteger(fields[2]) || !store::parseInteger(fields[3])) return std::nullopt;
-  auto n = itemNumber(fields[0], "よみ");
-  if (!n || fields[1] != "読" + std::to_string(*n)) return std::nullopt;
-  return n;
-}
-
-std::optional<int> segmentItem(std::string_view line) {
-  std::vector<std::string_view> fields;
-  store::splitFields(line, fields);
-  if (fields.size() != 4 || store::parseInteger(fields[1]) != 2 || !store::parseInteger(fields[2]) ||
-      !store::parseInteger(fields[3]))
-    return std::nullopt;
-  return itemNumber(fields[0], "よみ");
-}
 
 const StoreKind learningKind{
     "Learning",
@@ -74,7 +46,6 @@ const StoreKind learningKind{
     [](int i) { return Learning::isLearned(reading(i), "読" + std::to_string(i)); },
     Learning::reloadIfNeeded,
     Learning::resetForTesting,
-    learningItem,
     "learning save failed: ",
     "learning file not valid UTF-8, kept aside as ",
 };
@@ -89,7 +60,6 @@ const StoreKind segmentationKind{
     },
     Segmentation::reloadIfNeeded,
     Segmentation::resetForTesting,
-    segmentItem,
     "segments save failed: ",
     "segments file not valid UTF-8, kept aside as ",
 };
@@ -105,9 +75,15 @@ class PersistenceTest : public ::testing::TestWithParam<const StoreKind*> {
     EXPECT_TRUE(content.empty() || content.back() == '\n') << "last line cut short";
     std::vector<int> items;
     store::forEachLine(content, [&](std::string_view line) {
-      const auto item = kind().itemOfLine(line);
-      EXPECT_TRUE(item.has_value()) << "malformed line: " << line;
-      if (item) items.push_back(*item);
+      std::vector<std::string_view> fields;
+      store::splitFields(line, fields);
+      const auto item = fields.size() == 4 && fields[0].starts_with("よみ")
+                            ? store::parseInteger(fields[0].substr(std::string_view("よみ").size()))
+                            : std::nullopt;
+      const bool whole = item && fields[1] == kind().secondField(static_cast<int>(*item)) &&
+                         store::parseInteger(fields[2]) && store::parseInteger(fields[3]);
+      EXPECT_TRUE(whole) << "malformed line: " << line;
+      if (whole) items.push_back(static_cast<int>(*item));
     });
     return items;
   }
