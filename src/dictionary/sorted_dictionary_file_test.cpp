@@ -15,39 +15,29 @@ using Values = std::vector<std::string>;
 using testing::TempDir;
 using testing::writeFile;
 
+Values linesIn(const std::string& content, std::string_view reading) {
+  TempDir dir;
+  writeFile(dir / "w.tsv", content);
+  SortedDictionaryFile file(dir / "w.tsv");
+  file.reloadIfNeeded();
+  return file.lines(reading);
+}
+
 TEST(SortedDictionaryFileTest, FindsEveryLineOfAReadingAndNoOther) {
   const std::string four = "か\t1\nかな\t2\nかな\t3\nかなa\t4\n";
   const std::string letters = "a\t1\nb\t2\nc\t3\nd\t4\ne\t5\nf\t6\ng\t7\nh\t8\n";
-  const struct {
-    std::string content, reading;
-    Values expected;
-  } cases[] = {
-      {four, "かな", {"2", "3"}},
-      {four, "か", {"1"}},
-      {four, "かなa", {"4"}},
-      {four, "き", {}},
-      {four, "あ", {}},    // before the first line
-      {four, "ん", {}},    // after the last line
-      {four, "かなb", {}}, // between lines sharing a prefix
+  const struct { std::string content, reading; Values expected; } cases[] = {
+      {four, "かな", {"2", "3"}}, {four, "か", {"1"}}, {four, "かなa", {"4"}},
+      {four, "あ", {}}, {four, "ん", {}}, {four, "かなb", {}},  // before, after and between lines
       {four.substr(0, four.size() - 1), "かなa", {"4"}},  // no LF at the end
-      {letters, "a", {"1"}},
-      {letters, "e", {"5"}},
-      {letters, "h", {"8"}},
+      {letters, "a", {"1"}}, {letters, "e", {"5"}}, {letters, "h", {"8"}},
       {"\tA\n\tB\nか\t1\n", "", {"A", "B"}},  // the empty reading: lines starting with TAB
       {"か\t1\r\nき\t2\r\n", "か", {"1\r"}},  // a CR belongs to the value
       {"か\t1\nかな", "かな", {}},             // a last line ending after the reading
-      {"か\t1\nかな\t", "かな", {""}},
-      {"か\t\xff\n", "か", {"\uFFFD"}},
-      {"", "か", {}},
-      {"", "", {}},
+      {"か\t1\nかな\t", "かな", {""}}, {"か\t\xff\n", "か", {"\uFFFD"}}, {"", "か", {}}, {"", "", {}},
   };
-  for (const auto& c : cases) {
-    TempDir dir;
-    writeFile(dir / "w.tsv", c.content);
-    SortedDictionaryFile file(dir / "w.tsv");
-    file.reloadIfNeeded();
-    EXPECT_EQ(file.lines(c.reading), c.expected) << "reading '" << c.reading << "' in\n" << c.content;
-  }
+  for (const auto& c : cases)
+    EXPECT_EQ(linesIn(c.content, c.reading), c.expected) << "reading '" << c.reading << "' in\n" << c.content;
 }
 
 TEST(SortedDictionaryFileTest, FindsEveryReadingOfALargerFile) {
@@ -60,12 +50,8 @@ TEST(SortedDictionaryFileTest, FindsEveryReadingOfALargerFile) {
   std::sort(lines.begin(), lines.end());
   std::string content;
   for (const auto& l : lines) content += l + "\n";
-  TempDir dir;
-  writeFile(dir / "w.tsv", content);
-  SortedDictionaryFile file(dir / "w.tsv");
-  file.reloadIfNeeded();
-  for (int i = 0; i < 300; ++i) EXPECT_EQ(file.lines(reading(i)).size(), static_cast<std::size_t>(i % 4)) << i;
-  EXPECT_TRUE(file.lines("r").empty());
+  for (int i = 0; i < 300; ++i) EXPECT_EQ(linesIn(content, reading(i)).size(), static_cast<std::size_t>(i % 4)) << i;
+  EXPECT_TRUE(linesIn(content, "r").empty());
 }
 
 TEST(SortedDictionaryFileTest, FollowsTheFileThroughItsLife) {
