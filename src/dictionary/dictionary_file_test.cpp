@@ -15,11 +15,7 @@ using testing::TempDir;
 using testing::writeFile;
 
 TEST(DictionaryFileTest, LooksUpValuesOfEveryLineFormat) {
-  const struct {
-    const char* name;
-    std::string content, reading;
-    Values expected;
-  } cases[] = {
+  const struct { const char* name; std::string content, reading; Values expected; } cases[] = {
       {"tab, comment, space, empty reading, no separator", "かな\tA\n#かな\tC\nかな B\n\tX\nかな\n", "かな", {"A", "B"}},
       {"only the first separator counts", "かな\tA B\tC\n", "かな", {"A B\tC"}},
       {"a separator alone gives one empty value", "かな\t\n", "かな", {""}},
@@ -57,7 +53,6 @@ TEST(DictionaryFileTest, FollowsTheFileThroughItsLife) {
   };
 
   EXPECT_TRUE(reload().empty()) << "a missing file is silent";
-  EXPECT_TRUE(file.lines("か").empty());
 
   writeFile(path, "");
   auto log = reload();
@@ -70,8 +65,7 @@ TEST(DictionaryFileTest, FollowsTheFileThroughItsLife) {
   writeFile(path, "か\t1\nき\t2\nか\t3\n");
   testing::touch(path);
   log = reload();
-  ASSERT_EQ(log.size(), 1u);
-  EXPECT_TRUE(log[0].starts_with("dictionary loaded: 2 readings in ")) << log[0];
+  EXPECT_TRUE(log.size() == 1 && log[0].starts_with("dictionary loaded: 2 readings in "));
 
   const auto date = std::filesystem::last_write_time(path);
   writeFile(path, "か\tsame date\n");
