@@ -123,17 +123,14 @@ TEST_F(ConverterTest, UnknownTextFallsBackToItself) {
 TEST_F(ConverterTest, LearnedBoundaryKeepsWordsFromStraddlingItExceptInASizedFirstClause) {
   env.writeWords({{"あいうえ", 10, 10, 100, "亜伊宇絵"}, {"あい", 10, 10, 3000, "愛"}, {"うえ", 10, 10, 3000, "上"},
                   {"いう", 10, 10, 10, "言う"}});
-  struct Case {
-    std::string reading;
-    std::set<int64_t> boundaries;
-    Strings shape;
-  } cases[] = {
+  const std::tuple<std::string, std::set<int64_t>, Strings> cases[] = {
       {"あいうえ", {}, {"亜伊宇絵@0-4"}},
       {"あいうえ", {2}, {"愛@0-2", "上@2-4"}},
       {"あいうえ", {0, 4}, {"亜伊宇絵@0-4"}},  // a word may begin or end on one
       {"abcd", {2}, {"abcd@0-4"}},             // the fall-back word is never dropped
   };
-  for (const auto& c : cases) EXPECT_EQ(shape(path(c.reading, c.boundaries)), c.shape) << c.reading;
+  for (const auto& [reading, boundaries, expected] : cases)
+    EXPECT_EQ(shape(path(reading, boundaries)), expected) << reading;
 
   Segmentation::record({{"あいうえ", 2}});
   EXPECT_EQ(clauseShape(convert("あいうえ")), (Shape{{"愛", {0, 2}}, {"上", {2, 4}}}));
@@ -156,10 +153,7 @@ TEST_F(ConverterTest, SearchAdjustsWordCostsButKeepsTheDictionaryCost) {
                   {"ご", 40, 40, 2000, "ご"}, {"かな", 10, 10, 2500, "仮名"}, {"さくら", 10, 10, 4000, "桜"},
                   {"かんじじ", 10, 10, 5000, "漢字時"}, {"いぬ", 10, 10, 1500, "犬"}, {"ねこ", 10, 10, 1000, "ねこ"}});
   Learning::record({{"かな", "仮名"}, {"さくら", "桜"}, {"かんじじ", "漢字時"}, {"いぬ", "犬"}, {"ねこ", "ねこ"}});
-  struct Case {
-    std::string reading;
-    int64_t total;
-  } cases[] = {
+  const std::pair<std::string, int64_t> cases[] = {
       {"やま", 2000}, {"そら", 2600}, {"ぱん", 2500},  // content word in kanji, hiragana, katakana
       {"を", 2000}, {"ご", 2000},                    // attached word or prefix: no script penalty
       {"さん", 2000}, {"め", 3000},                  // suffix of two characters, of one
@@ -168,10 +162,10 @@ TEST_F(ConverterTest, SearchAdjustsWordCostsButKeepsTheDictionaryCost) {
       {"いぬ", 0},                                   // learned: never below 0
       {"ねこ", 0},  // the hiragana penalty comes before the bonus is cut at 0
   };
-  for (const auto& c : cases) {
-    auto nodes = path(c.reading);
-    ASSERT_EQ(nodes.size(), 1u) << c.reading;
-    EXPECT_EQ(nodes[0].total, c.total) << c.reading;
+  for (const auto& [reading, total] : cases) {
+    auto nodes = path(reading);
+    ASSERT_EQ(nodes.size(), 1u) << reading;
+    EXPECT_EQ(nodes[0].total, total) << reading;
   }
   EXPECT_EQ(path("かな")[0].word.cost, 2500);
 }
@@ -224,24 +218,19 @@ TEST_F(ClauseTest, LearnedSurfacesComeFirstMostRecentFirst) {
   Learning::record({{"ねこが", "猫が"}});
   env.setNow(200);
   Learning::record({{"ねこが", "根子が"}});
-  auto clauses = convert("ねこが");
-  ASSERT_EQ(clauses.size(), 1u);
   // Both learned entries are headless; the path and the scored list fill the heads in.
-  ASSERT_GE(clauses[0].candidates.size(), 3u);
-  EXPECT_EQ(clauses[0].candidates[0], (Candidate{"根子が", root}));
-  EXPECT_EQ(clauses[0].candidates[1], (Candidate{"猫が", cat}));
-  EXPECT_EQ(clauses[0].candidates[2].text, "寝子画");
-  EXPECT_EQ(clauses[0].index, 0);
+  const Clause clause = convert("ねこが").at(0);
+  ASSERT_GE(clause.candidates.size(), 3u);
+  EXPECT_EQ(clause.candidates[0], (Candidate{"根子が", root}));
+  EXPECT_EQ(clause.candidates[1], (Candidate{"猫が", cat}));
+  EXPECT_EQ(clause.candidates[2].text, "寝子画");
+  EXPECT_EQ(clause.index, 0);
 }
 
 TEST_F(ClauseTest, LearnedBoundaryAndFirstClauseLength) {
   Segmentation::record({{"ねこが", 2}});
   EXPECT_EQ(clauseShape(convert("ねこがねこ")), (Shape{{"猫", {0, 2}}, {"が", {2, 3}}, {"猫", {3, 5}}}));
-  struct Case {
-    std::string reading;
-    int64_t k;
-    Shape shape;
-  } cases[] = {
+  const std::tuple<std::string, int64_t, Shape> cases[] = {
       // The learned boundary at 2 does not split a first clause of 3, but
       // still applies in the rest, shifted by k.
       {"ねこが", 3, {{"猫が", {0, 3}}}},
@@ -249,8 +238,8 @@ TEST_F(ClauseTest, LearnedBoundaryAndFirstClauseLength) {
       {"ねこ", 1, {{"ね", {0, 1}}, {"こ", {1, 2}}}},
       {"ねこ", 0, {{"", {0, 0}}, {"猫", {0, 2}}}},
   };
-  for (const auto& c : cases)
-    EXPECT_EQ(clauseShape(Converter::convert(text::characters(c.reading), c.k)), c.shape) << c.reading << " " << c.k;
+  for (const auto& [reading, k, expected] : cases)
+    EXPECT_EQ(clauseShape(Converter::convert(text::characters(reading), k)), expected) << reading << " " << k;
   auto empty = Converter::convert(Characters{}, 0);
   ASSERT_EQ(empty.size(), 1u);
   EXPECT_EQ(empty[0].texts(), Strings{""});
