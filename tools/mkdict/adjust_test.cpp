@@ -58,12 +58,8 @@ TEST(SKKTest, ReadsCandidatesWithoutAnnotationsOrPrograms) {
 }
 
 TEST(SKKTest, KeysSplitOkuriganaByItsFirstKana) {
-  struct Case {
-    const char* reading;
-    const char* surface;
-    std::optional<std::pair<std::string, std::string>> key;
-  };
-  for (const Case& c : {
+  using Case = std::tuple<const char*, const char*, std::optional<std::pair<std::string, std::string>>>;
+  for (const auto& [reading, surface, key] : {
            Case{"おもう", "思う", std::pair{"おもu", "思"}},
            Case{"いっ", "言っ", std::pair{"いt", "言"}},
            Case{"かんじ", "漢字", std::pair{"かんじ", "漢字"}},
@@ -73,7 +69,7 @@ TEST(SKKTest, KeysSplitOkuriganaByItsFirstKana) {
            Case{"すごい", "すごい", std::nullopt},    // nothing before the kana
            Case{"おもう", "想ふ", std::nullopt},      // the reading does not end in the okurigana
        })
-    EXPECT_EQ(skkKey(c.reading, c.surface), c.key) << c.surface;
+    EXPECT_EQ(skkKey(reading, surface), key) << surface;
 }
 
 TEST(SKKTest, HomonymsTakeTheReadingsCostsInSKKOrder) {
