@@ -261,7 +261,7 @@ TEST(CLDRTest, AnnotationsFillEmojiAndSymbolLists) {
   EXPECT_EQ(emoji.lines(), "えがお\t😀\nすまいる\t😀 😃\nやじるし\t↔\n");
 }
 
-TEST(MozcTest, SourceTreeGivesWordsIdsAndSquareCosts) {
+TEST(MozcTest, SourceTreeGivesWordsIdsAndSquareCostsAndShortTablesAreRefused) {
   const MozcFiles files = locateMozc(testdata / "mozc");
   ASSERT_EQ(files.dictionaries.size(), 1u);
   Diagnostics diagnostics;
@@ -272,13 +272,11 @@ TEST(MozcTest, SourceTreeGivesWordsIdsAndSquareCosts) {
   renumber(lexicon);  // the words' new ids show in the whole build below
   EXPECT_EQ(lexicon.grammar.cost(userWordID, fallbackSymbolID), 6);
   EXPECT_EQ(lexicon.grammar.cost(3, userWordID), 13);
-}
 
-TEST(MozcTest, ShortConnectionTableIsRefused) {
+  // A connection table shorter than its count says is refused.
   TempDir dir;
   fs::copy(testdata / "mozc", dir.path() / "mozc", fs::copy_options::recursive);
   writeFile(dir / "mozc/src/data/dictionary_oss/connection_single_column.txt", "4\n1\n2\n3\n");
-  Diagnostics diagnostics;
   EXPECT_THROW(readMozcLexicon(locateMozc(dir / "mozc"), diagnostics, quiet), SourceError);
   EXPECT_THROW(locateMozc(dir / "nothing"), SourceError);
 }
@@ -306,7 +304,7 @@ TEST(MozcTest, SharedIdListEmojiAndSymbols) {
   EXPECT_EQ(diagnostics.count(), 0u);
 }
 
-TEST(BuildTest, FixtureSourcesMakeACompleteDirectory) {
+TEST(BuildTest, FixtureSourcesMakeACompleteDirectoryAndMozcReplacesWhatItOverlaps) {
   TempDir dir;
   const BuildResult result = build(fixtureBuild(dir), quiet);
   const fs::path out = dir / "Mozc";
@@ -314,7 +312,7 @@ TEST(BuildTest, FixtureSourcesMakeACompleteDirectory) {
   const std::string ids = readFile(out / "id.def");
   EXPECT_THAT(ids, HasSubstr("\n1851 名詞,一般,*,*,*,*,*\n"));
   EXPECT_THAT(ids, HasSubstr("\n2644 記号,一般,*,*,*,*,*\n"));
-  const std::string words = readFile(out / "mozc.tsv");
+  std::string words = readFile(out / "mozc.tsv");
   EXPECT_EQ(firstUnsortedLine(words), std::nullopt);
   EXPECT_THAT(words, HasSubstr("かんじ\t1851\t1851\t5352\t漢字\n"));
   EXPECT_THAT(readFile(out / "emoji.tsv"), HasSubstr("にほん\t🇯🇵\n"));
@@ -325,14 +323,12 @@ TEST(BuildTest, FixtureSourcesMakeACompleteDirectory) {
   EXPECT_THAT(credits, Not(HasSubstr("Mozc")));
   EXPECT_EQ(result.fileSizes.at("mozc.tsv"), words.size());
   EXPECT_EQ(result.diagnostics.count(), 5u);
-}
 
-TEST(BuildTest, MozcReplacesWhatItOverlaps) {
-  TempDir dir;
+  // Mozc sources replace what they overlap.
   BuildOptions options = fixtureBuild(dir);
   options.mozc = testdata / "mozc";
   build(options, quiet);
-  const std::string words = readFile(dir / "Mozc/mozc.tsv");
+  words = readFile(dir / "Mozc/mozc.tsv");
   EXPECT_EQ(words, "かんじ\t1851\t1851\t5352\t漢字\nが\t3\t3\t3000\tが\nきごう\t2644\t2644\t4000\t※\n");
   // The fixture tree has no emoji or symbols, so CLDR still gives them.
   EXPECT_THAT(readFile(dir / "Mozc/emoji.tsv"), HasSubstr("すまいる\t😀"));
