@@ -23,10 +23,8 @@ constexpr const char* directMode = "com.orvane.inputmethod.OrvaneIME.Roman";
 
 // Closing lines have one field; the panel's update line also has "rows".
 bool isClosing(const json& line) {
-  if (line.size() != 1) return false;
-  for (auto key : {"result", "menu", "rows", "mask", "error"})
-    if (line.contains(key)) return true;
-  return false;
+  auto keys = {"result", "menu", "rows", "mask", "error"};
+  return line.size() == 1 && std::any_of(keys.begin(), keys.end(), [&](auto key) { return line.contains(key); });
 }
 
 // What one request caused, and the line that closed it.
