@@ -15,31 +15,18 @@ namespace orvane::platform {
 namespace {
 namespace fs = std::filesystem;
 
-std::vector<Json> lines(const std::ostringstream& out) {
-  std::vector<Json> result;
-  std::istringstream in(out.str());
-  for (std::string line; std::getline(in, line);) result.push_back(Json::parse(line));
-  return result;
-}
-
-TEST(ProtocolClient, CallsBecomeLinesWithNotFoundAsMinusOne) {
+// The lines written so far, as one array.
+struct Lines {
   std::ostringstream out;
-  ProtocolWriter writer(out);
-  ProtocolClient client(writer, "ed", "org.example.Editor");
-  client.setMarkedText({"漢字か", {{0, 2, 4, {}}, {2, 1, 5, {{"underline", "thick"}}}}}, {2, 0}, {NSNotFound, 0});
-  client.insertText("😀", {NSNotFound, 0});
-  client.selectInputMode("com.orvane.inputmethod.OrvaneIME.Roman");
+  ProtocolWriter writer{out};
 
-  auto got = lines(out);
-  ASSERT_EQ(got.size(), 3u);
-  EXPECT_EQ(got[0], Json::parse(R"({"client":"ed","call":"setMarkedText","text":"漢字か",
-      "runs":[{"start":0,"length":2,"style":4},{"start":2,"length":1,"style":5}],
-      "selection":[2,0],"replacement":[-1,0]})"));
-  EXPECT_EQ(got[1], Json::parse(R"({"client":"ed","call":"insertText","text":"😀","replacement":[-1,0]})"));
-  EXPECT_EQ(got[2], Json::parse(
-                        R"({"client":"ed","call":"selectInputMode","mode":"com.orvane.inputmethod.OrvaneIME.Roman"})"));
-  EXPECT_EQ(client.bundleIdentifier(), "org.example.Editor");
-}
+  Json written() const {
+    Json result = Json::array();
+    std::istringstream in(out.str());
+    for (std::string line; std::getline(in, line);) result.push_back(Json::parse(line));
+    return result;
+  }
+};
 
 // Records what the panel reports to its controller in the same stream, so
 // that the order of lines and callbacks shows.
@@ -66,10 +53,9 @@ KeyEvent arrow(bool down) {
 }
 
 TEST(ProtocolCandidatePanel, ReportsReloadShowArrowsAndHide) {
-  std::ostringstream out;
-  ProtocolWriter writer(out);
-  Source source(writer);
-  ProtocolCandidatePanel panel(writer);
+  Lines lines;
+  Source source(lines.writer);
+  ProtocolCandidatePanel panel(lines.writer);
   panel.setActiveController(&source);
 
   panel.updateCandidates();
@@ -78,39 +64,40 @@ TEST(ProtocolCandidatePanel, ReportsReloadShowArrowsAndHide) {
   panel.interpretKeyEvents({arrow(false)});
   panel.hide();
 
-  auto expected = Json::parse(R"([
+  EXPECT_EQ(lines.written(), Json::parse(R"([
     {"panel":"update","rows":["漢字","感じ","幹事"]},
     {"panel":"show","hint":2},
     {"panel":"arrow","down":true,"selected":1}, {"changed":"感じ"},
     {"panel":"arrow","down":true,"selected":2}, {"changed":"幹事"},
     {"panel":"arrow","down":true,"selected":2},
     {"panel":"arrow","down":false,"selected":1}, {"changed":"感じ"},
-    {"panel":"hide"}])");
-  auto got = lines(out);
-  ASSERT_EQ(got.size(), expected.size());
-  for (std::size_t i = 0; i < got.size(); ++i) EXPECT_EQ(got[i], expected[i]) << i;
+    {"panel":"hide"}])"));
 }
 
-TEST(ProtocolServices, PasteboardAboutAndLogLines) {
-  std::ostringstream out;
-  ProtocolWriter writer(out);
-  ProtocolPasteboard pasteboard(writer);
+TEST(ProtocolLines, ClientCallsAndServicesWithNotFoundAsMinusOne) {
+  Lines lines;
+  ProtocolClient client(lines.writer, "ed", "org.example.Editor");
+  EXPECT_EQ(client.bundleIdentifier(), "org.example.Editor");
+  client.setMarkedText({"漢字か", {{0, 2, 4, {}}, {2, 1, 5, {{"underline", "thick"}}}}}, {2, 0}, {NSNotFound, 0});
+  client.insertText("😀", {NSNotFound, 0});
+  client.selectInputMode("com.orvane.inputmethod.OrvaneIME.Roman");
+  ProtocolPasteboard pasteboard(lines.writer);
   pasteboard.clearContents();
   pasteboard.setString("log stream");
-  ProtocolAboutPanel about(writer);
+  ProtocolAboutPanel about(lines.writer);
   about.show(std::nullopt);
   about.show("Mozc\n© 2010");
-  ProtocolLogSink sink(writer);
+  ProtocolLogSink sink(lines.writer);
   sink.write("imk", Log::Level::error, "dictionary load failed: x y");
   sink.write("key", Log::Level::defaultLevel, "keyDown: code=0 chars=a -> consumed");
-
-  auto got = lines(out);
-  ASSERT_EQ(got.size(), 5u);
-  EXPECT_EQ(got[0], Json::parse(R"({"pasteboard":"log stream"})"));
-  EXPECT_EQ(got[1], Json::parse(R"({"about":{"credits":null}})"));
-  EXPECT_EQ(got[2], Json::parse(R"({"about":{"credits":"Mozc\n© 2010"}})"));
-  EXPECT_EQ(got[3], Json::parse(R"({"log":"imk","level":"error","message":"dictionary load failed: x y"})"));
-  EXPECT_EQ(got[4], Json::parse(R"({"log":"key","level":"default","message":"keyDown: code=0 chars=a -> consumed"})"));
+  EXPECT_EQ(lines.written(), Json::parse(R"([{"client":"ed","call":"setMarkedText","text":"漢字か",
+      "runs":[{"start":0,"length":2,"style":4},{"start":2,"length":1,"style":5}],
+      "selection":[2,0],"replacement":[-1,0]},
+    {"client":"ed","call":"insertText","text":"😀","replacement":[-1,0]},
+    {"client":"ed","call":"selectInputMode","mode":"com.orvane.inputmethod.OrvaneIME.Roman"},
+    {"pasteboard":"log stream"}, {"about":{"credits":null}}, {"about":{"credits":"Mozc\n© 2010"}},
+    {"log":"imk","level":"error","message":"dictionary load failed: x y"},
+    {"log":"key","level":"default","message":"keyDown: code=0 chars=a -> consumed"}])"));
 }
 
 void makeExecutable(const fs::path& path, std::string_view script) {
@@ -118,19 +105,10 @@ void makeExecutable(const fs::path& path, std::string_view script) {
   fs::permissions(path, fs::perms::owner_all, fs::perm_options::add);
 }
 
-bool appears(const fs::path& path) {
-  for (int i = 0; i < 500; ++i) {
-    if (fs::exists(path)) return true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
-  return false;
-}
-
 TEST(ProtocolWorkspace, RunsTheApplicationsExecutableOrReportsWhyNot) {
   testing::TempDir dir;
-  std::ostringstream out;
-  ProtocolWriter writer(out);
-  ProtocolWorkspace workspace(writer);
+  Lines lines;
+  ProtocolWorkspace workspace(lines.writer);
   std::vector<std::optional<std::string>> completions;
   auto record = [&](std::optional<std::string> error) { completions.push_back(std::move(error)); };
 
@@ -143,13 +121,13 @@ TEST(ProtocolWorkspace, RunsTheApplicationsExecutableOrReportsWhyNot) {
 
   ASSERT_EQ(completions.size(), 3u);
   EXPECT_FALSE(completions[0]);
-  EXPECT_TRUE(completions[1] && !completions[1]->empty());
-  EXPECT_TRUE(completions[2] && !completions[2]->empty());
+  for (int i : {1, 2}) EXPECT_TRUE(completions[i] && !completions[i]->empty()) << i;
   // Only the launch that happened is reported.
-  auto got = lines(out);
-  ASSERT_EQ(got.size(), 1u);
-  EXPECT_EQ(got[0], (Json{{"open", app.string()}}));
-  EXPECT_TRUE(appears(app / "launched"));
+  EXPECT_EQ(lines.written(), Json::array({Json{{"open", app.string()}}}));
+  bool launched = false;
+  for (int i = 0; i < 500 && !(launched = fs::exists(app / "launched")); ++i)
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  EXPECT_TRUE(launched);
 }
 
 TEST(ApplicationExecutable, NamedByThePropertyListOrTheOnlyFile) {
@@ -167,54 +145,44 @@ TEST(ApplicationExecutable, NamedByThePropertyListOrTheOnlyFile) {
 
 TEST(LaunchDetached, ReportsAnExecFailure) {
   testing::TempDir dir;
-  testing::writeFile(dir / "not-a-program", "\x7f" "ELF garbage");
-  fs::permissions(dir / "not-a-program", fs::perms::owner_all, fs::perm_options::add);
+  makeExecutable(dir / "not-a-program", "\x7f" "ELF garbage");
   EXPECT_TRUE(launchDetached(dir / "not-a-program"));
   EXPECT_TRUE(launchDetached(dir / "absent"));
 }
 
 class Registration : public ::testing::Test {
  protected:
-  void SetUp() override {
-    plist = testing::readFile(fs::path(ORVANE_SOURCE_DIR) / "data" / "Info.plist");
-    ASSERT_NE(plist.find("InputMethodConnectionName"), std::string::npos);
-  }
   // A bundle made of the real property list with one replacement applied.
-  fs::path bundle(std::string_view from = {}, std::string_view to = {}) {
+  fs::path bundle(std::string_view from = "", std::string_view to = "") {
     auto url = dir / ("B" + std::to_string(++count) + ".app");
     auto text = plist;
-    if (!from.empty()) {
-      auto at = text.find(from);
-      EXPECT_NE(at, std::string::npos) << from;
-      if (at != std::string::npos) text.replace(at, from.size(), to);
-    }
+    auto at = text.find(from);
+    EXPECT_NE(at, std::string::npos) << from;
+    if (at != std::string::npos) text.replace(at, from.size(), to);
     testing::writeFile(url / "Contents" / "Info.plist", text);
     testing::writeFile(url / "Contents" / "MacOS" / "orvane", "");
     fs::create_directories(url / "Contents" / "Resources" / "Mozc");
     return url;
   }
   testing::TempDir dir;
-  std::string plist;
+  std::string plist = testing::readFile(fs::path(ORVANE_SOURCE_DIR) / "data" / "Info.plist");
   int count = 0;
   BundleInputSourceRegistry registry;
 };
 
-TEST_F(Registration, CompleteBundleRegisters) { EXPECT_EQ(registry.registerInputSource(bundle()), 0); }
-
-TEST_F(Registration, MissingPartsAreFileNotFound) {
+TEST_F(Registration, CompleteBundlesOnlyRegister) {
+  EXPECT_EQ(registry.registerInputSource(bundle()), 0);
   for (auto part : {"Contents/Info.plist", "Contents/MacOS/orvane", "Contents/Resources/Mozc"}) {
     auto url = bundle();
     fs::remove_all(url / part);
     EXPECT_EQ(registry.registerInputSource(url), BundleInputSourceRegistry::fileNotFound) << part;
   }
   EXPECT_EQ(registry.registerInputSource(dir / "Nowhere.app"), BundleInputSourceRegistry::fileNotFound);
-}
 
-TEST_F(Registration, PropertyListMustDeclareConnectionControllerAndModes) {
-  struct Case {
+  // The property list must declare the connection, the controller and the modes.
+  const struct {
     std::string_view from, to;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"<key>InputMethodConnectionName</key>", "<key>SomethingElse</key>"},
       {"<string>com.orvane.inputmethod.OrvaneIME_Connection</string>", "<integer>1</integer>"},
       {"<string>InputController</string>", "<string>OtherController</string>"},
