@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,13 @@
 
 namespace orvane::term {
 namespace {
+
+std::vector<TermInput> decode(std::string_view bytes) {
+  KeyDecoder decoder;
+  decoder.feed(bytes);
+  decoder.flush();
+  return decoder.take();
+}
 
 // A session fed with the bytes a terminal would send, over a small
 // dictionary in which ねこ is 猫 first and 根子 second.
@@ -40,9 +48,7 @@ class SessionTest : public ::testing::Test {
   }
 
   void type(std::string_view bytes) {
-    decoder.feed(bytes);
-    decoder.flush();
-    for (const auto& input : decoder.take()) session->handle(input);
+    for (const auto& input : decode(bytes)) session->handle(input);
   }
   std::string marked() const { return session->client().markedText().text; }
   std::string text() const { return session->client().text(); }
@@ -51,7 +57,6 @@ class SessionTest : public ::testing::Test {
   Log::ScopedCapture log;
   TerminalPanel* panel = nullptr;
   std::unique_ptr<Session> session;
-  KeyDecoder decoder;
   std::string written;
   std::vector<std::vector<std::string>> ran;
 };
@@ -150,21 +155,15 @@ TEST_F(SessionTest, DictionaryEditorFallsBackToTheUsersEditor) {
   type("\x0f" "1");
   EXPECT_EQ(ran.size(), 1u);
   auto errors = log->messages("imk");
-  bool failed = false;
-  for (const auto& m : errors) failed |= m.rfind("dictionary editor launch failed: ", 0) == 0;
-  EXPECT_TRUE(failed);
+  EXPECT_TRUE(std::any_of(errors.begin(), errors.end(),
+                          [](const std::string& m) { return m.starts_with("dictionary editor launch failed: "); }));
   EXPECT_NE(session->screen().notice.find("$EDITOR"), std::string::npos);
 }
 
 TEST(TerminalClientTest, PassedKeysActLikeAPlainTextArea) {
-  namespace Flag = platform::ModifierFlag;
-  struct Case {
-    std::string name;
-    std::string before;
-    std::string bytes;
-    std::string after;
-  };
-  const std::vector<Case> cases = {
+  const struct {
+    std::string name, before, bytes, after;
+  } cases[] = {
       {"backspace removes a whole emoji", "a😀", "\x7f", "a"},
       {"backspace removes a letter with its accent", "xe\u0301", "\x7f", "x"},
       {"backspace on nothing", "", "\x7f", ""},
@@ -179,22 +178,15 @@ TEST(TerminalClientTest, PassedKeysActLikeAPlainTextArea) {
   for (const auto& c : cases) {
     TerminalClient client;
     client.paste(c.before);
-    KeyDecoder decoder;
-    decoder.feed(c.bytes);
-    decoder.flush();
-    for (const auto& input : decoder.take()) client.typeKey(input.event);
+    for (const auto& input : decode(c.bytes)) client.typeKey(input.event);
     EXPECT_EQ(client.text(), c.after) << c.name;
   }
 }
 
 TEST(TerminalServicesTest, Base64AndTheClipboardSequence) {
-  EXPECT_EQ(base64(""), "");
-  EXPECT_EQ(base64("f"), "Zg==");
-  EXPECT_EQ(base64("fo"), "Zm8=");
-  EXPECT_EQ(base64("foo"), "Zm9v");
-  EXPECT_EQ(base64("foobar"), "Zm9vYmFy");
-  EXPECT_EQ(base64("\xff\xfe"), "//4=");
-  EXPECT_EQ(base64("あ"), "44GC");
+  const std::pair<std::string, std::string> cases[] = {
+      {"", ""}, {"f", "Zg=="}, {"fo", "Zm8="}, {"foobar", "Zm9vYmFy"}, {"\xff\xfe", "//4="}, {"あ", "44GC"}};
+  for (const auto& [in, out] : cases) EXPECT_EQ(base64(in), out) << in;
   EXPECT_EQ(clipboardSequence("hi"), "\x1b]52;c;aGk=\x07");
 }
 
@@ -211,20 +203,16 @@ TEST(TerminalServicesTest, FindsTheProgramInsideABundle) {
 }
 
 TEST(FrontEndCommandTest, KeysTheFrontEndKeeps) {
-  struct Case {
+  const struct {
     std::string bytes;
     Command command;
-  };
-  const std::vector<Case> cases = {
+  } cases[] = {
       {"\x04", Command::quit},     {"\x0f", Command::menu},   {"\x1bOQ", Command::menu},
       {"\x1b[12~", Command::menu}, {"\x1bOR", Command::toggleLog}, {"\x1bOP", Command::keys},
       {"d", Command::none},        {"\x1b" "d", Command::none},    {"\x01", Command::none},
   };
   for (const auto& c : cases) {
-    KeyDecoder decoder;
-    decoder.feed(c.bytes);
-    decoder.flush();
-    auto inputs = decoder.take();
+    auto inputs = decode(c.bytes);
     ASSERT_EQ(inputs.size(), 1u) << c.bytes;
     EXPECT_EQ(frontEndCommand(inputs[0].event), c.command) << c.bytes;
   }
