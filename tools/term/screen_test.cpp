@@ -1,5 +1,7 @@
 #include "screen.h"
 
+#include "text/text.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -15,19 +17,13 @@ namespace Mark = platform::MarkStyle;
 // One letter per cell: p plain, r raw, c converted, F focused, _ continuation.
 std::string styles(const std::vector<Cell>& line) {
   std::string out;
-  for (const auto& cell : line) {
-    if (cell.continuation) {
-      out += '_';
-      continue;
-    }
-    switch (cell.style) {
-      case Style::plain: out += 'p'; break;
-      case Style::raw: out += 'r'; break;
-      case Style::converted: out += 'c'; break;
-      case Style::focused: out += 'F'; break;
-      default: out += '?';
-    }
-  }
+  for (const auto& cell : line)
+    out += cell.continuation                ? '_'
+           : cell.style == Style::plain     ? 'p'
+           : cell.style == Style::raw       ? 'r'
+           : cell.style == Style::converted ? 'c'
+           : cell.style == Style::focused   ? 'F'
+                                            : '?';
   return out;
 }
 
@@ -41,8 +37,7 @@ AttributedString clauses(std::vector<std::pair<std::string, int>> parts) {
   AttributedString s;
   int64_t start = 0;
   for (auto& [text, style] : parts) {
-    int64_t length = 0;
-    for (unsigned char b : text) length += (b & 0xC0) != 0x80 ? ((b & 0xF8) == 0xF0 ? 2 : 1) : 0;
+    auto length = static_cast<int64_t>(orvane::text::utf16Length(text));
     s.runs.push_back(AttributedRun{start, length, style, {}});
     s.text += text;
     start += length;
@@ -52,8 +47,8 @@ AttributedString clauses(std::vector<std::pair<std::string, int>> parts) {
 
 TEST(ScreenTest, MarkedTextRunsBecomeStyledCells) {
   // Three clauses with the second focused, caret at its start.
-  auto marked = clauses({{"私は", Mark::converted}, {"日本人", Mark::selectedConverted}, {"です", Mark::converted}});
-  Page page = layoutPage("> ", marked, 2, 80);
+  Page page = layoutPage(
+      "> ", clauses({{"私は", Mark::converted}, {"日本人", Mark::selectedConverted}, {"です", Mark::converted}}), 2, 80);
   ASSERT_EQ(page.lines.size(), 1u);
   EXPECT_EQ(styles(page.lines[0]), "ppc_c_F_F_F_c_c_");
   EXPECT_EQ(texts(page.lines[0]), "> 私は日本人です");
@@ -166,12 +161,11 @@ TEST(ScreenTest, StatusLineAndOverlays) {
   ScreenState state;
   state.mode = "英数";
   state.help = "F2 menu";
-  state.notice = "copied";
-  Frame frame = compose(state, 10, 40);
-  EXPECT_EQ(frame.grid.rowText(9).rfind(" 英数   copied ", 0), 0u);
+  state.notice = "copied";  // a notice takes the help's place
+  EXPECT_TRUE(compose(state, 10, 40).grid.rowText(9).starts_with(" 英数   copied "));
   state.notice.clear();
-  frame = compose(state, 10, 40);
-  EXPECT_EQ(frame.grid.rowText(9).rfind(" 英数  F2 menu", 0), 0u);
+  Frame frame = compose(state, 10, 40);
+  EXPECT_TRUE(frame.grid.rowText(9).starts_with(" 英数  F2 menu"));
   EXPECT_TRUE(frame.cursorVisible);
 
   state.menu = MenuView{"menu", {"one", "two"}, 1};
