@@ -33,16 +33,14 @@ struct Lines {
 class Source final : public CandidatePanelDataSource {
  public:
   explicit Source(ProtocolWriter& writer) : writer_(writer) {}
-  std::vector<std::string> candidates(const void*) override { return rows; }
-  void candidateSelectionChanged(const std::optional<std::string>& text) override {
-    writer_.write(Json{{"changed", text ? Json(*text) : Json()}});
-  }
-  void candidateSelected(const std::optional<std::string>& text) override {
-    writer_.write(Json{{"chosen", text ? Json(*text) : Json()}});
-  }
-  std::vector<std::string> rows{"漢字", "感じ", "幹事"};
+  std::vector<std::string> candidates(const void*) override { return {"漢字", "感じ", "幹事"}; }
+  void candidateSelectionChanged(const std::optional<std::string>& text) override { report("changed", text); }
+  void candidateSelected(const std::optional<std::string>& text) override { report("chosen", text); }
 
  private:
+  void report(const char* what, const std::optional<std::string>& text) {
+    writer_.write(Json{{what, text ? Json(*text) : Json()}});
+  }
   ProtocolWriter& writer_;
 };
 
