@@ -116,22 +116,11 @@ TEST(ScreenTest, CandidateWindowSitsUnderTheClauseAndHighlightsTheSelection) {
   EXPECT_EQ(frame.grid.at(row, 3).style, Style::candidateSelected);
   EXPECT_EQ(frame.grid.at(row - 1, 3).style, Style::candidate);
   EXPECT_EQ(findRow(frame.grid, "2/3"), 5);
-}
 
-TEST(ScreenTest, CandidateWindowLeavesWrappedMarkedTextVisible) {
-  // The focused clause on the first line, the marked text going on below.
-  auto state = converting({"x", "y"}, 0);
-  state.marked = clauses({{"あいうえお", Mark::selectedConverted}, {"かきくけこさしすせそ", Mark::converted}});
-  Frame frame = compose(state, 24, 20);
-  EXPECT_EQ(frame.cursor, (Position{0, 0}));
-  EXPECT_EQ(frame.grid.rowText(1).rfind("さしすせそ", 0), 0u);
-  EXPECT_EQ(findRow(frame.grid, "│ x"), 3);  // border on row 2, under all of it
-}
-
-TEST(ScreenTest, LongCandidateListsShowThePageOfTheSelection) {
+  // A long list shows the page of the selection.
   std::vector<std::string> rows;
   for (int i = 0; i < 20; ++i) rows.push_back("c" + std::to_string(i));
-  Frame frame = compose(converting(rows, 15), 24, 80);
+  frame = compose(converting(rows, 15), 24, 80);
   EXPECT_EQ(findRow(frame.grid, "c8 "), -1);
   int selected = findRow(frame.grid, "c15");
   ASSERT_GE(selected, 0);
@@ -140,10 +129,19 @@ TEST(ScreenTest, LongCandidateListsShowThePageOfTheSelection) {
   EXPECT_GE(findRow(frame.grid, "16/20"), 0);
 }
 
-TEST(ScreenTest, CandidateWindowGoesAboveWhenThereIsNoRoomBelow) {
+TEST(ScreenTest, CandidateWindowKeepsTheMarkedTextVisible) {
+  // The focused clause on the first line, the marked text going on below.
+  auto wrapped = converting({"x", "y"}, 0);
+  wrapped.marked = clauses({{"あいうえお", Mark::selectedConverted}, {"かきくけこさしすせそ", Mark::converted}});
+  Frame frame = compose(wrapped, 24, 20);
+  EXPECT_EQ(frame.cursor, (Position{0, 0}));
+  EXPECT_TRUE(frame.grid.rowText(1).starts_with("さしすせそ"));
+  EXPECT_EQ(findRow(frame.grid, "│ x"), 3);  // border on row 2, under all of it
+
+  // No room below: the window goes above.
   auto state = converting({"a", "b", "c"}, 0);
   state.committed = std::string(20, '\n');  // marked text on the 21st line
-  Frame frame = compose(state, 24, 80);
+  frame = compose(state, 24, 80);
   EXPECT_EQ(frame.cursor.row, 20);  // the text does not scroll
   int window = findRow(frame.grid, "│ a");
   EXPECT_LT(window, 20);
