@@ -105,11 +105,6 @@ class Program : public ::testing::Test {
     return out;
   }
 
-  static Exchange sendOne(platform::ChildProcess& child, const std::string& request) {
-    auto out = send(child, request);
-    return out.empty() ? Exchange{} : out.front();
-  }
-
   // A whole session: one exchange per closing line; the output must end with
   // the last of them and the program with status 0.
   std::vector<Exchange> session(const std::vector<std::string>& requests) {
@@ -135,8 +130,7 @@ TEST_F(Program, TypingKanjiThenReturnComposesAndCommits) {
   auto x = session({R"({"op":"type","text":"kanji"})", R"({"op":"key","code":36})"});
   ASSERT_EQ(x.size(), 6u);
   // Start-up speaks first: the launch line, then the controller's creation.
-  ASSERT_FALSE(x[0].effects.empty());
-  EXPECT_EQ(x[0].effects[0],
+  EXPECT_EQ(x[0].effects.at(0),
             J(R"({"log":"imk","level":"default","message":"launch: connection=com.orvane.inputmethod.OrvaneIME_Connection"})"));
   EXPECT_EQ(x[0].logs("imk").back(), "init: client=unknown");
 
@@ -171,13 +165,13 @@ TEST_F(Program, MalformedLinesAreAnsweredWithOneErrorAndChangeNothing) {
            "{\"op\":\"type\",\"text\":\"ki\xff\"}", "{\"op\":\"key\",\"code\":0,\"chars\":\"\xe3\x81\"}",
            R"({"op":"type","text":"\udc00"})", R"({"op":"setValue","value":"com.orvane.inputmethod.OrvaneIME.Roman"})",
            R"({"op":"menuAction","action":"format"})"}) {
-    auto x = sendOne(child, line);
+    auto x = send(child, line).at(0);
     EXPECT_TRUE(x.effects.empty()) << line;
     EXPECT_EQ(x.closing.size(), 1u) << line;
     EXPECT_TRUE(x.closing["error"].is_string() && !x.closing["error"].get<std::string>().empty()) << line;
   }
   // The composition is as the last valid request left it, in kana mode.
-  auto commit = sendOne(child, R"({"op":"commitComposition"})");
+  auto commit = send(child, R"({"op":"commitComposition"})").at(0);
   EXPECT_EQ(commit.onlyText("insertText"), "か");
   EXPECT_EQ(commit.logs("imk"), Lines{"commitComposition"});
   child.closeInput();
@@ -272,15 +266,15 @@ TEST_F(Program, MenuActions) {
   // About shows the credits when there are any.
   auto child = start();
   const std::string about = R"({"op":"menuAction","action":"showAbout"})";
-  EXPECT_EQ(sendOne(child, about).visible(), std::vector<json>{J(R"({"about":{"credits":null}})")});
+  EXPECT_EQ(send(child, about).at(0).visible(), std::vector<json>{J(R"({"about":{"credits":null}})")});
   testing::writeFile(bundle / "Contents" / "Resources" / "Mozc" / "CREDITS.txt", "Mozc data\n© contributors\n");
-  auto with = sendOne(child, about);
+  auto with = send(child, about).at(0);
   EXPECT_EQ(with.visible(), std::vector<json>{J(R"({"about":{"credits":"Mozc data\n© contributors\n"}})")});
   EXPECT_TRUE(with.logs("imk", "error").empty());
 
   // The dictionary editor is launched, or its failure logged.
   const std::string open = R"({"op":"menuAction","action":"openDictionaryEditor"})";
-  auto missing = sendOne(child, open);
+  auto missing = send(child, open).at(0);
   EXPECT_TRUE(missing.visible().empty());
   auto errors = missing.logs("imk", "error");
   ASSERT_EQ(errors.size(), 1u);
@@ -290,7 +284,7 @@ TEST_F(Program, MenuActions) {
   auto script = editor / "Contents" / "MacOS" / "editor";
   testing::writeFile(script, "#!/bin/sh\ntouch \"$(dirname \"$0\")/launched\"\n");
   fs::permissions(script, fs::perms::owner_all, fs::perm_options::add);
-  auto launched = sendOne(child, open);
+  auto launched = send(child, open).at(0);
   const json opened = {{"open", editor.string()}};
   EXPECT_EQ(launched.visible(), std::vector<json>{opened});
   EXPECT_TRUE(launched.logs("imk", "error").empty());
