@@ -35,15 +35,6 @@ TEST_F(KeyHandlingTest, WithNothingComposedEditingKeysPassAndAreLogged) {
   EXPECT_TRUE(controller->composer().isEmpty());
 }
 
-TEST_F(KeyHandlingTest, ShiftSpaceCommitsAndInsertsAnIdeographicSpace) {
-  EXPECT_TRUE(key(Key::space, shiftFlag));
-  type("kan");
-  EXPECT_TRUE(key(Key::space, shiftFlag));
-  EXPECT_EQ(client.committed, "\u3000かん\u3000");
-  EXPECT_TRUE(controller->composer().isEmpty());
-  EXPECT_EQ(log->messages("key").back(), "keyDown: code=49 chars=  -> consumed");
-}
-
 TEST_F(KeyHandlingTest, TypingShowsKanaWithTheCaretAfterPendingRomaji) {
   const std::vector<std::pair<std::string, int64_t>> expected = {
       {"k", 1}, {"か", 1}, {"かn", 2}, {"かんj", 3}, {"かんじ", 3}};
@@ -72,19 +63,15 @@ TEST_F(KeyHandlingTest, EditingKeysWhileComposing) {
   // Typed first, then the key; afterwards the marked text (empty: none), caret and committed text.
   struct { std::string typed; uint16_t code; uint64_t flags; bool consumed; std::string marked; int64_t caret;
            std::string committed; } cases[] = {
-      {"kan", Key::returnKey, 0, true, "", 0, "かん"},
-      {"ka", Key::keypadEnter, 0, true, "", 0, "か"},
-      {"ka", Key::tab, 0, false, "", 0, "か"},
-      {"kak", Key::escape, 0, true, "", 0, ""},
-      {"a", Key::deleteBackward, 0, true, "", 0, ""},
-      {"kak", Key::deleteBackward, 0, true, "か", 1, ""},
-      {"kat", Key::deleteBackward, shiftFlag, true, "か", 1, ""},
-      {"aiu", Key::left, 0, true, "あいう", 2, ""},
-      {"an", Key::left, 0, true, "あん", 1, ""},
-      {"aiu", Key::right, 0, true, "あいう", 3, ""},
-      {"aiu", Key::down, 0, true, "あいう", 3, ""},
-      {"aiu", Key::up, 0, true, "あいう", 3, ""},
+      {"kan", Key::returnKey, 0, true, "", 0, "かん"},       {"ka", Key::keypadEnter, 0, true, "", 0, "か"},
+      {"ka", Key::tab, 0, false, "", 0, "か"},              {"kak", Key::escape, 0, true, "", 0, ""},
+      {"a", Key::deleteBackward, 0, true, "", 0, ""},       {"kak", Key::deleteBackward, 0, true, "か", 1, ""},
+      {"kat", Key::deleteBackward, shiftFlag, true, "か", 1, ""}, {"aiu", Key::left, 0, true, "あいう", 2, ""},
+      {"an", Key::left, 0, true, "あん", 1, ""},            {"aiu", Key::right, 0, true, "あいう", 3, ""},
+      {"aiu", Key::down, 0, true, "あいう", 3, ""},         {"aiu", Key::up, 0, true, "あいう", 3, ""},
       {"aiu", Key::deleteForward, 0, true, "あいう", 3, ""},
+      // Shift+Space commits and inserts an ideographic space.
+      {"kan", Key::space, shiftFlag, true, "", 0, "かん\u3000"}, {"", Key::space, shiftFlag, true, "", 0, "\u3000"},
   };
   for (const auto& c : cases) {
     restart();
