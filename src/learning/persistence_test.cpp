@@ -34,25 +34,24 @@ struct StoreKind {
   void (*reload)();
   void (*reset)();
   std::string secondField(int i) const { return name == "Learning" ? "読" + std::to_string(i) : "2"; }
-  std::string saveFailedPrefix, keptAsidePrefix;
+  std::string logName;  // how the store's log lines name its file
+  std::string saveFailedPrefix() const { return logName + " save failed: "; }
+  std::string keptAsidePrefix() const { return logName + " file not valid UTF-8, kept aside as "; }
 };
 
 std::string reading(int i) { return "よみ" + std::to_string(i); }
 
 const StoreKind learningKind{
-    "Learning",
-    "learning.tsv",
+    "Learning", "learning.tsv",
     [](int i) { Learning::record({{reading(i), "読" + std::to_string(i)}}); },
     [](int i) { return Learning::isLearned(reading(i), "読" + std::to_string(i)); },
     Learning::reloadIfNeeded,
     Learning::resetForTesting,
-    "learning save failed: ",
-    "learning file not valid UTF-8, kept aside as ",
+    "learning",
 };
 
 const StoreKind segmentationKind{
-    "Segmentation",
-    "segments.tsv",
+    "Segmentation", "segments.tsv",
     [](int i) { Segmentation::record({{reading(i), 2}}); },
     [](int i) {
       const auto found = Segmentation::matches(text::characters(reading(i)));
@@ -60,8 +59,7 @@ const StoreKind segmentationKind{
     },
     Segmentation::reloadIfNeeded,
     Segmentation::resetForTesting,
-    "segments save failed: ",
-    "segments file not valid UTF-8, kept aside as ",
+    "segments",
 };
 
 class PersistenceTest : public ::testing::TestWithParam<const StoreKind*> {
@@ -156,7 +154,7 @@ TEST_P(PersistenceTest, AnUnreadableFileIsKeptAsideBeforeTheNextSave) {
   EXPECT_EQ(readFile(taken), "someone else's");
   EXPECT_EQ(readFile(aside), unreadable);
   EXPECT_EQ(itemsInFile(), std::vector<int>{1});
-  EXPECT_EQ(errors(), std::vector<std::string>{"imk: " + kind().keptAsidePrefix + aside.string()});
+  EXPECT_EQ(errors(), std::vector<std::string>{"imk: " + kind().keptAsidePrefix() + aside.string()});
 
   // Once aside, the store's own file is written over as usual.
   kind().recordItem(2);
@@ -181,8 +179,8 @@ TEST_P(PersistenceTest, AFailedSaveKeepsMemoryAndTheNextSaveWritesEverything) {
   writeFile(env.userDirectory(), "in the way");
   kind().recordItem(1);
   ASSERT_EQ(errors().size(), 1u);
-  EXPECT_TRUE(errors()[0].starts_with("imk: " + kind().saveFailedPrefix)) << errors()[0];
-  EXPECT_GT(errors()[0].size(), kind().saveFailedPrefix.size() + 5);  // with the reason
+  EXPECT_TRUE(errors()[0].starts_with("imk: " + kind().saveFailedPrefix())) << errors()[0];
+  EXPECT_GT(errors()[0].size(), kind().saveFailedPrefix().size() + 5);  // with the reason
   EXPECT_TRUE(kind().holdsItem(1));
 
   // Nor does the failed save make the store forget at its next reload check.
@@ -200,7 +198,7 @@ TEST_P(PersistenceTest, ADirectoryInTheFilesPlaceFailsTheSaveAndIsLeftAlone) {
   kind().reload();
   kind().recordItem(1);
   ASSERT_EQ(errors().size(), 1u);
-  EXPECT_TRUE(errors()[0].starts_with("imk: " + kind().saveFailedPrefix));
+  EXPECT_TRUE(errors()[0].starts_with("imk: " + kind().saveFailedPrefix()));
   EXPECT_TRUE(fs::is_directory(file() / "inside"));
   EXPECT_TRUE(kind().holdsItem(1));
 }
