@@ -55,7 +55,7 @@ class ConversionTest : public ControllerFixture {
 
 const std::string dog = "\U0001F436";
 
-TEST_F(ConversionTest, SpaceConvertsAndShowsTheWindowOnTheFirstRow) {
+TEST_F(ConversionTest, SpaceConvertsAndFocusMovesBetweenClauses) {
   convert("nekoinutori");
   EXPECT_EQ(surfaces(), (Strings{"猫", dog, "鳥"}));
   EXPECT_EQ(logged("conversion:"), (Strings{"conversion: reading=ねこいぬとり clauses=猫|" + dog + "|鳥"}));
@@ -70,10 +70,8 @@ TEST_F(ConversionTest, SpaceConvertsAndShowsTheWindowOnTheFirstRow) {
   EXPECT_EQ(panel->hints, (std::vector<int>{2}));
   EXPECT_TRUE(panel->isVisible());
   EXPECT_EQ(panel->rows(), focused().texts());
-}
 
-TEST_F(ConversionTest, FocusMovesBetweenClausesAndStopsAtTheEnds) {
-  convert("nekoinutori");
+  // Focus moves between clauses and stops at the ends.
   struct { uint16_t code; int64_t focus; std::vector<int> styles; int64_t caret; } steps[] = {
       {Key::left, 0, {5, 4, 4}, 0},  {Key::right, 1, {4, 5, 4}, 1}, {Key::right, 2, {4, 4, 5}, 3},
       {Key::right, 2, {4, 4, 5}, 3}, {Key::left, 1, {4, 5, 4}, 1},
