@@ -25,16 +25,19 @@ Strings surfaces(std::string_view reading) {
 TEST(KanaDictionaryTest, AnswersEmptyUntilTheFirstReloadAndSplitsSymbolsAtSpacesOnly) {
   Environment env;
   env.writeWords({{"かな", 1, 2, 3, "仮名"}});
-  env.writeConnection(2, 5);
+  env.writeConnection(3, 0, {{{2, 1}, -7}, {{0, 2}, 9}});
   env.writeParts({{1, "助詞,*"}});
   env.writeSymbols("かな\t→ ←  ↑ ↓\nかな\t→\nたぶ\ta\tb\u3000c\n");
   EXPECT_TRUE(KanaDictionary::words("かな").empty() && KanaDictionary::symbols("かな").empty());
-  EXPECT_EQ(KanaDictionary::connectionCost(0, 1), 0);
+  EXPECT_EQ(KanaDictionary::connectionCost(2, 1), 0);
   EXPECT_FALSE(KanaDictionary::isAttached(1));
   KanaDictionary::reloadIfNeeded();
   EXPECT_EQ(surfaces("かな"), Strings{"仮名"});
-  EXPECT_EQ(KanaDictionary::connectionCost(0, 1), 5);
   EXPECT_TRUE(KanaDictionary::isAttached(1));
+  // Outside the table the cost is zero.
+  const struct { int64_t from, to, cost; } costs[] = {
+      {2, 1, -7}, {0, 2, 9}, {1, 1, 0}, {3, 0, 0}, {0, 3, 0}, {-1, 2, 0}, {2, -1, 0}};
+  for (const auto& c : costs) EXPECT_EQ(KanaDictionary::connectionCost(c.from, c.to), c.cost);
   EXPECT_EQ(KanaDictionary::symbols("かな"), (Strings{"→", "←", "↑", "↓", "→"}));
   EXPECT_EQ(KanaDictionary::symbols("たぶ"), Strings{"a\tb\u3000c"});
 }
@@ -95,15 +98,6 @@ TEST(KanaDictionaryTest, AppendWordsTellsWhetherALongerReadingExists) {
     EXPECT_EQ(out.size(), c.words) << c.reading;
     EXPECT_EQ(out, KanaDictionary::words(c.reading)) << c.reading;
   }
-}
-
-TEST(KanaDictionaryTest, ConnectionCostOutsideTheTableIsZero) {
-  Environment env;
-  env.writeConnection(3, 0, {{{2, 1}, -7}, {{0, 2}, 9}});
-  KanaDictionary::preload();
-  const struct { int64_t from, to, cost; } cases[] = {
-      {2, 1, -7}, {0, 2, 9}, {1, 1, 0}, {3, 0, 0}, {0, 3, 0}, {-1, 2, 0}, {2, -1, 0}};
-  for (const auto& c : cases) EXPECT_EQ(KanaDictionary::connectionCost(c.from, c.to), c.cost);
 }
 
 TEST(KanaDictionaryTest, InstallsTheDefaultUserDictionaryOnlyWhenMissing) {
