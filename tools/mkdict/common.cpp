@@ -79,17 +79,21 @@ std::string readWhole(const fs::path& file) {
   return std::move(content).str();
 }
 
-std::vector<std::string_view> splitLines(std::string_view text) {
-  std::vector<std::string_view> lines;
+void forEachLine(std::string_view text, const std::function<void(std::string_view)>& visit) {
   std::size_t start = 0;
   while (start < text.size()) {
     std::size_t end = text.find('\n', start);
     if (end == std::string_view::npos) end = text.size();
     std::string_view line = text.substr(start, end - start);
     if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-    lines.push_back(line);
+    visit(line);
     start = end + 1;
   }
+}
+
+std::vector<std::string_view> splitLines(std::string_view text) {
+  std::vector<std::string_view> lines;
+  forEachLine(text, [&](std::string_view line) { lines.push_back(line); });
   return lines;
 }
 

@@ -38,15 +38,9 @@ void readMatrix(const fs::path& file, Grammar& grammar, Diagnostics& diagnostics
   const std::string label = file.filename().string();
   const auto n = grammar.size();
   grammar.costs.assign(static_cast<std::size_t>(n) * n, 0);
-  std::size_t start = 0;
   bool header = true;
-  while (start < content.size()) {
-    std::size_t end = content.find('\n', start);
-    if (end == std::string::npos) end = content.size();
-    std::string_view line(content.data() + start, end - start);
-    start = end + 1;
-    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-    if (line.empty()) continue;
+  forEachLine(content, [&](std::string_view line) {
+    if (line.empty()) return;
     auto fields = split(line, ' ');
     if (header) {
       header = false;
@@ -55,16 +49,16 @@ void readMatrix(const fs::path& file, Grammar& grammar, Diagnostics& diagnostics
           lefts != n)
         throw SourceError(file.string() + ": the first line must give " + std::to_string(n) + " " +
                           std::to_string(n) + " (the number of context ids)");
-      continue;
+      return;
     }
     int64_t right = 0, left = 0, cost = 0;
     if (fields.size() != 3 || !parseInt(fields[0], right) || !parseInt(fields[1], left) ||
         !parseInt(fields[2], cost) || right < 0 || right >= n || left < 0 || left >= n) {
       diagnostics.malformed(label, line);
-      continue;
+      return;
     }
     grammar.costs[static_cast<std::size_t>(right) * n + left] = clampCost(cost);
-  }
+  });
 }
 
 }  // namespace

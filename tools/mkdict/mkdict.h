@@ -286,6 +286,8 @@ std::optional<std::string> hiraganaReading(std::string_view katakana);
 
 std::string readWhole(const fs::path& file);
 std::vector<std::string_view> splitLines(std::string_view text);
+// The same lines one at a time, for files too large to list their lines first.
+void forEachLine(std::string_view text, const std::function<void(std::string_view)>& visit);
 std::vector<std::string_view> split(std::string_view text, char separator);
 std::optional<int64_t> parseInt(std::string_view text);
 // The same without std::optional, for hot loops over many fields.

@@ -97,16 +97,11 @@ Lexicon readMozcLexicon(const MozcFiles& files, Diagnostics& diagnostics, const 
   progress("Mozc: connection costs");
   const std::string content = readWhole(*files.connection);
   const auto n = static_cast<std::size_t>(grammar.size());
-  std::size_t start = 0, cell = 0;
+  std::size_t cell = 0;
   bool header = true;
   grammar.costs.assign(n * n, 0);
-  while (start < content.size()) {
-    std::size_t end = content.find('\n', start);
-    if (end == std::string::npos) end = content.size();
-    std::string_view line(content.data() + start, end - start);
-    start = end + 1;
-    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-    if (line.empty()) continue;
+  forEachLine(content, [&](std::string_view line) {
+    if (line.empty()) return;
     int64_t value = 0;
     const bool parsed = parseInt(line, value);
     if (header) {
@@ -114,14 +109,14 @@ Lexicon readMozcLexicon(const MozcFiles& files, Diagnostics& diagnostics, const 
       if (!parsed || static_cast<std::size_t>(value) != n)
         throw SourceError(files.connection->string() + ": the first line must be " + std::to_string(n) +
                           ", the number of ids in id.def");
-      continue;
+      return;
     }
     if (!parsed || cell >= n * n) {
       diagnostics.malformed("connection_single_column.txt", line);
-      continue;
+      return;
     }
     grammar.costs[cell++] = clampCost(value);
-  }
+  });
   if (cell != n * n)
     throw SourceError(files.connection->string() + " holds " + std::to_string(cell) + " costs, not " +
                       std::to_string(n * n));
