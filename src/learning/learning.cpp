@@ -109,14 +109,7 @@ std::string fileText(const Store& s) {
   out.reserve(size);
   for (const auto* item : readings) {
     for (const auto& stored : item->second) {
-      out += item->first;
-      out += '\t';
-      out += stored.entry.surface;
-      out += '\t';
-      store::appendInteger(out, stored.entry.lastUsed);
-      out += '\t';
-      store::appendInteger(out, stored.entry.count);
-      out += '\n';
+      store::appendRecord(out, {item->first, stored.entry.surface}, {stored.entry.lastUsed, stored.entry.count});
     }
   }
   return out;

@@ -77,14 +77,7 @@ std::string fileText(const Store& s) {
   std::string out;
   out.reserve(size);
   for (const auto* item : items) {
-    out += item->first;
-    out += '\t';
-    store::appendInteger(out, item->second.offset);
-    out += '\t';
-    store::appendInteger(out, item->second.lastUsed);
-    out += '\t';
-    store::appendInteger(out, item->second.count);
-    out += '\n';
+    store::appendRecord(out, {item->first}, {item->second.offset, item->second.lastUsed, item->second.count});
   }
   return out;
 }

@@ -80,6 +80,22 @@ std::optional<int64_t> parseInteger(std::string_view field) {
   return value;
 }
 
+void appendRecord(std::string& out, std::initializer_list<std::string_view> texts,
+                  std::initializer_list<int64_t> numbers) {
+  bool first = true;
+  for (auto t : texts) {
+    if (!first) out += '\t';
+    out += t;
+    first = false;
+  }
+  for (auto n : numbers) {
+    if (!first) out += '\t';
+    appendInteger(out, n);
+    first = false;
+  }
+  out += '\n';
+}
+
 void appendInteger(std::string& out, int64_t value) {
   char buffer[24];
   const auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, value);

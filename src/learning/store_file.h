@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -32,6 +33,11 @@ void splitFields(std::string_view line, std::vector<std::string_view>& fields);
 std::optional<int64_t> parseInteger(std::string_view field);
 
 void appendInteger(std::string& out, int64_t value);
+
+// One line of a store's file: the texts, then the numbers, TAB between
+// fields, LF at the end.
+void appendRecord(std::string& out, std::initializer_list<std::string_view> texts,
+                  std::initializer_list<int64_t> numbers);
 
 // Where a stable sort by recency, most recent first, cuts a list of times
 // down to a limit: every time above `lastUsed` stays, and of the times equal
