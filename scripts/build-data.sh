@@ -37,7 +37,8 @@ sources=("$mkdict" "$counts"
   /usr/share/mecab/dic/ipadic
   /usr/share/unicode/cldr/common/annotations/ja.xml
   /usr/share/unicode/cldr/common/annotationsDerived/ja.xml
-  /usr/share/skk/SKK-JISYO.L)
+  /usr/share/skk/SKK-JISYO.L
+  /usr/share/edict/edict)
 existing=()
 for s in "${sources[@]}"; do
   [ -e "$s" ] && existing+=("$s")

@@ -33,6 +33,20 @@ constexpr int32_t rareKanjiPenalty = 1000;
 // What the converter charges a content word written all in hiragana.
 constexpr int32_t hiraganaCharge = 600;
 
+// The Latin letter SKK writes for an okurigana's first kana.
+char okuriLetter(char32_t kana) {
+  static const std::u32string rows[] = {
+      U"あ", U"い", U"う", U"え", U"お", U"かきくけこ", U"がぎぐげご", U"さしすせそ", U"ざじずぜぞ",
+      U"たちつてとっ", U"だぢづでど", U"なにぬねの", U"はひふへほ", U"ばびぶべぼ", U"ぱぴぷぺぽ",
+      U"まみむめも", U"やゆよ", U"らりるれろ", U"わを", U"ん"};
+  static const char letters[] = "aiueokgsztdnhbpmyrwn";
+  for (std::size_t i = 0; i < std::size(rows); ++i)
+    if (rows[i].find(kana) != std::u32string::npos) return letters[i];
+  return 0;
+}
+
+}  // namespace
+
 bool isHiraganaScalar(char32_t c) { return c >= 0x3041 && c <= 0x3096; }
 bool isKatakanaScalar(char32_t c) { return (c >= 0x30A1 && c <= 0x30FA) || c == 0x30FC; }
 bool isHanScalar(char32_t c) {
@@ -52,20 +66,6 @@ bool allKatakana(std::string_view s) {
          !std::all_of(scalars.begin(), scalars.end(), [](char32_t c) { return c == 0x30FC; });
 }
 
-// The Latin letter SKK writes for an okurigana's first kana.
-char okuriLetter(char32_t kana) {
-  static const std::u32string rows[] = {
-      U"あ", U"い", U"う", U"え", U"お", U"かきくけこ", U"がぎぐげご", U"さしすせそ", U"ざじずぜぞ",
-      U"たちつてとっ", U"だぢづでど", U"なにぬねの", U"はひふへほ", U"ばびぶべぼ", U"ぱぴぷぺぽ",
-      U"まみむめも", U"やゆよ", U"らりるれろ", U"わを", U"ん"};
-  static const char letters[] = "aiueokgsztdnhbpmyrwn";
-  for (std::size_t i = 0; i < std::size(rows); ++i)
-    if (rows[i].find(kana) != std::u32string::npos) return letters[i];
-  return 0;
-}
-
-}  // namespace
-
 bool setAdjustment(Adjustments& adjustments, std::string_view name, bool on) {
   if (name == "skk-order") adjustments.skkOrder = on;
   else if (name == "katakana-variants") adjustments.katakanaVariants = on;
@@ -78,6 +78,9 @@ bool setAdjustment(Adjustments& adjustments, std::string_view name, bool on) {
   else if (name == "dependent-kana") adjustments.dependentKana = on;
   else if (name == "honorific-kana") adjustments.honorificKana = on;
   else if (name == "rare-kanji") adjustments.rareKanji = on;
+  else if (name == "edict-words") adjustments.edictWords = on;
+  else if (name == "negative-costs") adjustments.negativeCosts = on;
+  else if (name == "edict-common") adjustments.edictCommon = on;
   else return false;
   return true;
 }
@@ -225,10 +228,18 @@ void addSKKWords(Lexicon& lexicon, const SKKDictionary& skk) {
 
 void penalizeKatakanaVariants(Lexicon& lexicon) {
   std::unordered_map<std::string, bool> hasKanjiSpelling;
-  for (const auto& word : lexicon.words)
+  // Particles, endings and suffixes spelled in hiragana, by reading and ids:
+  // their katakana twins (ン, ネ, クン) are for effect, not everyday writing.
+  std::set<std::tuple<std::string_view, int32_t, int32_t>> kanaFunctionWords;
+  for (const auto& word : lexicon.words) {
     if (hasHan(word.surface)) hasKanjiSpelling[word.reading] = true;
+    if (word.surface == word.reading && !isContentWord(lexicon.grammar.names[word.leftID]))
+      kanaFunctionWords.emplace(word.reading, word.leftID, word.rightID);
+  }
   for (auto& word : lexicon.words)
-    if (allKatakana(word.surface) && hasKanjiSpelling.count(word.reading)) word.cost += katakanaVariantPenalty;
+    if (allKatakana(word.surface) &&
+        (hasKanjiSpelling.count(word.reading) || kanaFunctionWords.count({word.reading, word.leftID, word.rightID})))
+      word.cost += katakanaVariantPenalty;
 }
 
 void penalizeProperNouns(Lexicon& lexicon) {
@@ -388,6 +399,13 @@ void penalizeRareKanji(Lexicon& lexicon) {
   }
 }
 
+void raiseNegativeCosts(Lexicon& lexicon) {
+  for (auto& word : lexicon.words)
+    if (word.cost < 0 && isContentWord(lexicon.grammar.names[word.leftID]) &&
+        !lexicon.grammar.names[word.leftID].starts_with("記号,"))
+      word.cost = 0;
+}
+
 void creditKanaSpellings(Lexicon& lexicon) {
   for (auto& word : lexicon.words) {
     if (!isContentWord(lexicon.grammar.names[word.leftID])) continue;
@@ -398,9 +416,15 @@ void creditKanaSpellings(Lexicon& lexicon) {
   }
 }
 
-void applyAdjustments(Lexicon& lexicon, const Adjustments& adjustments, const SKKDictionary* skk) {
+void applyAdjustments(Lexicon& lexicon, const Adjustments& adjustments, const SKKDictionary* skk,
+                      const EdictDictionary* edict) {
+  // Before SKK's order deals IPADIC's costs out again.
+  if (adjustments.negativeCosts) raiseNegativeCosts(lexicon);
+  // EDICT's words first: it tells their part of speech, SKK does not.
+  if (adjustments.edictWords && edict) addEdictWords(lexicon, *edict);
   if (adjustments.skkWords && skk) addSKKWords(lexicon, *skk);
   if (adjustments.skkOrder && skk) applySKKOrder(lexicon, *skk);
+  if (adjustments.edictCommon && edict) penalizeUncommonSpellings(lexicon, *edict);
   if (adjustments.katakanaVariants) penalizeKatakanaVariants(lexicon);
   if (adjustments.properNouns) penalizeProperNouns(lexicon);
   if (adjustments.symbolReadings) penalizeSymbolReadings(lexicon);

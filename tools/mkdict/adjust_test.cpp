@@ -127,6 +127,8 @@ TEST(CostRulesTest, EachRuleTouchesOnlyItsWords) {
            Case{"kana-spellings", {"ひと", U, U, 4000, "ヒト"}, 0},
            Case{"rare-kanji", {"もたれる", 6, 6, 8000, "凭れる"}, 1000}, Case{"rare-kanji", {"しかる", 6, 6, 8000, "叱る"}, 0},
            Case{"rare-kanji", {"ひとびと", U, U, 5000, "人々"}, 0}, Case{"rare-kanji", {"ほっけ", U, U, 8000, "𩸽"}, 1000},
+           Case{"negative-costs", {"しない", U, U, -2006, "市内"}, 2006},
+           Case{"negative-costs", {"、", S, S, -2435, "、"}, 0}, Case{"negative-costs", {"は", 1, 1, -10, "は"}, 0},
        }) {
     Adjustments only;
     for (auto name : adjustmentNames) setAdjustment(only, name, false);
@@ -138,6 +140,15 @@ TEST(CostRulesTest, EachRuleTouchesOnlyItsWords) {
   }
   Adjustments unknown;
   EXPECT_FALSE(setAdjustment(unknown, "no-such-rule", false));
+}
+
+TEST(CostRulesTest, FunctionWordsSpelledInKatakanaCostMore) {
+  Lexicon lexicon = lexiconOf({{"ん", 8, 8, 5800, "ん"}, {"ん", 8, 8, 4800, "ン"}, {"ん", U, U, 6000, "ン"},
+                               {"ね", 1, 1, 4000, "ネ"}});
+  penalizeKatakanaVariants(lexicon);
+  // Only a twin under the same ids as a hiragana spelling is a variant.
+  const int32_t expected[] = {5800, 6800, 6000, 4000};
+  for (std::size_t i = 0; i < lexicon.words.size(); ++i) EXPECT_EQ(lexicon.words[i].cost, expected[i]) << i;
 }
 
 TEST(CostRulesTest, DependentWordsAreSpelledInKana) {
@@ -173,6 +184,7 @@ TEST(CostRulesTest, BuildWithSKKMergesOrSeparatesTheAddedWordsAndCreditsThem) {
   options.ipadic = testdata / "ipadic";
   options.cldr = testdata / "cldr";
   options.skk = testdata / "skk/SKK-JISYO.test";
+  options.edict.reset();
   const std::string added = "けんざかい\t1851\t1851\t4700\t県境\n";
   build(options, quiet);
   EXPECT_FALSE(fs::exists(dir / "Mozc/ut-skk.tsv"));

@@ -49,8 +49,18 @@ BuildResult build(const BuildOptions& options, const Progress& progress) {
                          findLicence({options.skk->parent_path() / "COPYING", "/usr/share/doc/skkdic/copyright"},
                                      "skkdic")});
     }
+    std::optional<EdictDictionary> edict;
+    if (options.edict && (options.adjustments.edictWords || options.adjustments.edictCommon)) {
+      progress("EDICT: common spellings and nouns");
+      edict = readEDICT(*options.edict, diagnostics);
+      credits.push_back({"EDICT", versionOf(*options.edict, defaultEDICT, "edict"),
+                         "which spellings of a reading are common; nouns and loanwords missing from IPADIC "
+                         "(ut-edict.tsv when kept separate)",
+                         findLicence({options.edict->parent_path() / "COPYING", "/usr/share/doc/edict/copyright"},
+                                     "edict")});
+    }
     progress("adjusting costs");
-    applyAdjustments(lexicon, options.adjustments, skk ? &*skk : nullptr);
+    applyAdjustments(lexicon, options.adjustments, skk ? &*skk : nullptr, edict ? &*edict : nullptr);
     if (options.corpus) {
       progress("corpus: preferred spellings");
       const std::size_t changed = preferCountedSpellings(lexicon, readCorpusCounts(*options.corpus, diagnostics));
@@ -114,8 +124,9 @@ BuildResult build(const BuildOptions& options, const Progress& progress) {
   progress("sorting " + std::to_string(lexicon.words.size()) + " words");
   std::map<std::string, std::string> files;
   files["mozc.tsv"] = wordLines(lexicon.words);
-  if (std::any_of(lexicon.words.begin(), lexicon.words.end(), [](const WordEntry& w) { return w.list == "ut-skk.tsv"; }))
-    files["ut-skk.tsv"] = wordLines(lexicon.words, "ut-skk.tsv");
+  for (const char* list : {"ut-skk.tsv", "ut-edict.tsv"})
+    if (std::any_of(lexicon.words.begin(), lexicon.words.end(), [&](const WordEntry& w) { return w.list == list; }))
+      files[list] = wordLines(lexicon.words, list);
   files["connection.bin"] = connectionBytes(lexicon.grammar);
   files["id.def"] = idDefinitions(lexicon.grammar);
   files["emoji.tsv"] = emoji.lines();

@@ -21,6 +21,7 @@ Builds the dictionary data directory of Orvane IME:
   mozc.tsv        word list: reading TAB left id TAB right id TAB cost TAB surface,
                   sorted by the bytes of whole lines (checked after writing)
   ut-skk.tsv      with --separate-lists: the words rule skk-words adds
+  ut-edict.tsv    with --separate-lists: the words rule edict-words adds
   connection.bin  connection costs: N (uint32), then N*N int16, little-endian,
                   row = right id of the earlier word, column = left id of the later
   id.def          "id name" for every context id a word uses
@@ -41,6 +42,12 @@ Sources (each optional; at least one must give words):
                   skkdic), EUC-JP: orders homonyms and adds missing words
                   (rules skk-order, skk-words).
   --no-skk        do not read SKK.
+  --edict FILE    EDICT (default /usr/share/edict/edict, package edict),
+                  EUC-JP, "surface [reading] /(pos) gloss/.../(P)/": which
+                  spellings are common (P), which words are usually written
+                  in kana (uk), and nouns IPADIC lacks (rules edict-words,
+                  edict-common).
+  --no-edict      do not read EDICT.
   --corpus FILE   word counts of running text, as scripts/corpus-stats.sh
                   writes them (count TAB surface TAB katakana reading TAB six
                   part-of-speech fields): where the text clearly prefers one
@@ -55,6 +62,15 @@ Sources (each optional; at least one must give words):
 
 Cost rules (applied to IPADIC's words; Mozc's costs are used
 as they are). Each is a general rule, deterministic, named for --without:
+  negative-costs     content words cheaper than 0 cost 0 (市内 -2006, 協会
+                     -5716): IPADIC learned them from newspapers, and so
+                     cheap they beat every split of their reading (し|ない).
+  edict-words        EDICT's nouns missing from IPADIC (readings of 2 kana or
+                     more, surfaces of kanji and kana, first sense a noun,
+                     verbal noun or adjectival noun) are added under those
+                     parts of speech, cost 5000 when EDICT marks them common
+                     (P), else 7000; a word usually written in kana (uk)
+                     comes in kana, its kanji spelling 2000 more.
   skk-words          SKK's words missing from IPADIC (readings of 3 kana or
                      more, surfaces of kanji and kana) are added as common
                      nouns (id 1851), cost 5500 less 400 a kana
@@ -67,9 +83,15 @@ as they are). Each is a general rule, deterministic, named for --without:
                      come last. They get no cheaper as a whole; every entry
                      of a surface moves by the same amount, keeping IPADIC's
                      preferences among its parts of speech.
+  edict-common       where EDICT marks a kanji spelling of a reading common
+                     (P), matched by its stem whatever the inflection (思っ,
+                     思わ under 思う), the reading's other kanji spellings of
+                     content words +1000 (噺, 終り beside 話, 終わり).
   katakana-variants  +2000 for an all-katakana surface whose reading also has
-                     a kanji spelling (ヒト, コト, サル beside 人, 事, 猿);
-                     loanwords, which have none, keep their cost.
+                     a kanji spelling (ヒト, コト, サル beside 人, 事, 猿), or
+                     that is a function word with a hiragana spelling under
+                     the same ids (ン, ネ beside ん, ね); loanwords keep
+                     their cost.
   proper-nouns       +1000 for 名詞,固有名詞 (IPADIC's many rare names and places).
   symbol-readings    +5000 for surfaces without kana or kanji read as kana
                      (５ as ご, ￥ as えん, Χ as かい): offered, not chosen
@@ -100,7 +122,7 @@ as they are). Each is a general rule, deterministic, named for --without:
 Other options:
   -o, --output DIR  the data directory to (re)place, e.g.
                   "build/Orvane IME.app/Contents/Resources/Mozc"
-  --separate-lists  write added vocabulary to ut-skk.tsv instead of merging
+  --separate-lists  write added vocabulary to ut-*.tsv instead of merging
                   it into mozc.tsv (each look-up then searches one more file:
                   about 15% slower conversion)
   -q, --quiet     no progress on standard error
@@ -159,6 +181,8 @@ Options parse(int argc, char** argv) {
     else if (arg == "--mozc") options.build.mozc = fs::path(value());
     else if (arg == "--skk") options.build.skk = fs::path(value());
     else if (arg == "--no-skk") options.build.skk.reset();
+    else if (arg == "--edict") options.build.edict = fs::path(value());
+    else if (arg == "--no-edict") options.build.edict.reset();
     else if (arg == "--without") {
       const std::string names = value();
       for (auto name : split(names, ','))

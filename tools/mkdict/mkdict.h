@@ -132,6 +132,38 @@ void addAnnotations(const std::vector<Annotation>& annotations, const ReadingOf&
 using SKKDictionary = std::map<std::string, std::vector<std::string>, std::less<>>;
 SKKDictionary readSKK(const fs::path& file, Diagnostics& diagnostics);
 
+// EDICT, the Japanese-English dictionary of the Debian package edict: which
+// spellings are common, which words are usually written in kana, and nouns
+// that IPADIC lacks.
+struct EdictEntry {
+  // How the first sense is used, as far as the word list can take it.
+  enum class Kind { other, noun, verbalNoun, adjectivalNoun };
+  Kind kind = Kind::other;
+  // Marked (P): in the lists of common words EDICT draws on.
+  bool common = false;
+  // The first sense is marked (uk): usually written in kana alone.
+  bool usuallyKana = false;
+};
+
+// (surface, reading in hiragana) -> entry. Lines: "surface [reading] /(pos)
+// gloss/.../(P)/", or "kana /.../" when the headword is its own reading.
+using EdictDictionary = std::map<std::pair<std::string, std::string>, EdictEntry, std::less<>>;
+EdictDictionary readEDICT(const fs::path& file, Diagnostics& diagnostics);
+
+// Rule "edict-words": EDICT's nouns that the word list lacks, in list
+// "ut-edict.tsv": readings of two kana or more, surfaces of kanji and kana.
+// A word usually written in kana comes in kana, its kanji spelling dearer.
+inline constexpr int32_t edictCommonWordCost = 5000;
+inline constexpr int32_t edictWordCost = 7000;
+void addEdictWords(Lexicon& lexicon, const EdictDictionary& edict);
+
+inline constexpr int32_t edictUsuallyKanaPenalty = 2000;
+
+// Rule "edict-common": where a reading has a spelling EDICT marks common,
+// its other kanji spellings cost edictUncommonPenalty more.
+inline constexpr int32_t edictUncommonPenalty = 1000;
+void penalizeUncommonSpellings(Lexicon& lexicon, const EdictDictionary& edict);
+
 // ---- Cost rules ------------------------------------------------------------
 //
 // Deterministic, general adjustments of word costs after renumbering; each
@@ -149,9 +181,13 @@ struct Adjustments {
   bool dependentKana = true;     // "dependent-kana"
   bool honorificKana = true;     // "honorific-kana"
   bool rareKanji = true;         // "rare-kanji"
+  bool edictWords = true;        // "edict-words"
+  bool edictCommon = true;       // "edict-common"
+  bool negativeCosts = true;     // "negative-costs"
 };
 inline constexpr const char* adjustmentNames[] = {"skk-order",  "katakana-variants", "proper-nouns", "symbol-readings",
-                                                  "numerals",   "short-readings",    "kana-spellings", "skk-words", "dependent-kana", "honorific-kana", "rare-kanji"};
+                                                  "numerals",   "short-readings",    "kana-spellings", "skk-words", "dependent-kana", "honorific-kana", "rare-kanji",
+                                                  "edict-words", "edict-common", "negative-costs"};
 // Whether a name is a rule's; sets it in `adjustments`.
 bool setAdjustment(Adjustments& adjustments, std::string_view name, bool on);
 
@@ -171,8 +207,13 @@ void applySKKOrder(Lexicon& lexicon, const SKKDictionary& skk);
 // Their costs are then ordered with the rest by applySKKOrder.
 void addSKKWords(Lexicon& lexicon, const SKKDictionary& skk);
 // Katakana spellings of words that also have a kanji spelling under the same
-// reading: native words and names are rarely written in katakana.
+// reading, and of function words that have a hiragana one under the same
+// ids: native words, names and particles are rarely written in katakana.
 void penalizeKatakanaVariants(Lexicon& lexicon);
+// Content words with a cost below zero (市内, 連盟, 協会): IPADIC learned
+// them from newspaper text, where they are frequent; so cheap, they beat
+// every split of their reading (市内 for し|ない). They cost 0 instead.
+void raiseNegativeCosts(Lexicon& lexicon);
 // Proper nouns (名詞,固有名詞): IPADIC lists many rare names cheaply.
 void penalizeProperNouns(Lexicon& lexicon);
 // Digits, Latin and Greek letters and symbols read as kana (５ as ご, ￥ as
@@ -199,8 +240,15 @@ void spellHonorificsInKana(Lexicon& lexicon);
 // archaic or variant forms of words that have a common spelling.
 void penalizeRareKanji(Lexicon& lexicon);
 bool isCommonKanji(char32_t c);
+// Character classes of surfaces and readings (ー counts as katakana).
+bool isHiraganaScalar(char32_t c);
+bool isKatakanaScalar(char32_t c);
+bool isHanScalar(char32_t c);
+bool hasHan(std::string_view s);
+bool allKatakana(std::string_view s);
 bool isContentWord(std::string_view partOfSpeech);
-void applyAdjustments(Lexicon& lexicon, const Adjustments& adjustments, const SKKDictionary* skk);
+void applyAdjustments(Lexicon& lexicon, const Adjustments& adjustments, const SKKDictionary* skk,
+                      const EdictDictionary* edict = nullptr);
 
 // ---- Grammar -------------------------------------------------------------
 
@@ -248,6 +296,7 @@ std::string findLicence(const std::vector<fs::path>& candidates, std::string_vie
 inline constexpr const char* defaultIPADIC = "/usr/share/mecab/dic/ipadic";
 inline constexpr const char* defaultCLDR = "/usr/share/unicode/cldr";
 inline constexpr const char* defaultSKK = "/usr/share/skk/SKK-JISYO.L";
+inline constexpr const char* defaultEDICT = "/usr/share/edict/edict";
 
 struct BuildOptions {
   fs::path output;
@@ -255,6 +304,7 @@ struct BuildOptions {
   std::optional<fs::path> cldr = fs::path(defaultCLDR);
   std::optional<fs::path> mozc;
   std::optional<fs::path> skk = fs::path(defaultSKK);
+  std::optional<fs::path> edict = fs::path(defaultEDICT);
   Adjustments adjustments;
   // Added vocabulary in its own ut-*.tsv rather than merged into mozc.tsv:
   // every look-up then searches one more file.

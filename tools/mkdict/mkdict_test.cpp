@@ -39,6 +39,7 @@ BuildOptions fixtureBuild(const TempDir& dir) {
   options.ipadic = testdata / "ipadic";
   options.cldr = testdata / "cldr";
   options.skk.reset();
+  options.edict.reset();
   return options;
 }
 

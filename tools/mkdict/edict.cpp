@@ -1,0 +1,170 @@
+#include "mkdict.h"
+
+#include <algorithm>
+#include <set>
+#include <optional>
+
+#include "text/text.h"
+
+namespace orvane::mkdict {
+namespace {
+
+bool isKanaReading(std::string_view reading) {
+  const auto r = text::scalars(reading);
+  return !r.empty() && std::all_of(r.begin(), r.end(), [](char32_t c) { return isHiraganaScalar(c) || c == 0x30FC; });
+}
+
+// The tags of the first sense: "(n,vs)", "(adj-na)", "(uk)" before or among
+// its glosses, up to the mark of the second sense.
+std::vector<std::string_view> firstSenseTags(std::string_view senses) {
+  if (auto second = senses.find("(2)"); second != std::string_view::npos) senses = senses.substr(0, second);
+  std::vector<std::string_view> tags;
+  for (std::size_t open = senses.find('('); open != std::string_view::npos; open = senses.find('(', open + 1)) {
+    const std::size_t close = senses.find(')', open);
+    if (close == std::string_view::npos) break;
+    const auto inside = senses.substr(open + 1, close - open - 1);
+    // Tags are short lower-case codes; glosses may hold parentheses too.
+    if (inside.empty() || !std::all_of(inside.begin(), inside.end(), [](char c) {
+          return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' || c == ',';
+        }))
+      continue;
+    for (auto tag : split(inside, ',')) tags.push_back(tag);
+  }
+  return tags;
+}
+
+EdictEntry::Kind kindOf(const std::vector<std::string_view>& tags) {
+  auto has = [&](std::string_view t) { return std::find(tags.begin(), tags.end(), t) != tags.end(); };
+  if (has("vs")) return EdictEntry::Kind::verbalNoun;
+  if (has("adj-na")) return EdictEntry::Kind::adjectivalNoun;
+  for (auto t : {"n", "n-adv", "n-t", "adj-no"})
+    if (has(t)) return EdictEntry::Kind::noun;
+  return EdictEntry::Kind::other;
+}
+
+int32_t idNamed(const Grammar& grammar, std::string_view name) {
+  auto it = std::find(grammar.names.begin(), grammar.names.end(), name);
+  return it == grammar.names.end() ? userWordID : static_cast<int32_t>(it - grammar.names.begin());
+}
+
+// What a spelling is known by whatever its inflection: the surface without
+// its trailing kana and the reading without the same kana (思 おも for 思う,
+// 思っ and 思わ; 見 み for 見る and 見). Nothing for a surface of kana alone.
+std::optional<std::pair<std::string, std::string>> stemKey(std::string_view reading, std::string_view surface) {
+  const std::u32string s = text::scalars(surface);
+  std::size_t head = s.size();
+  while (head > 0 && isHiraganaScalar(s[head - 1])) --head;
+  if (head == 0) return std::nullopt;
+  const std::string tail = text::fromScalars(s.substr(head));
+  if (!reading.ends_with(tail) || reading.size() == tail.size()) return std::nullopt;
+  return std::pair{std::string(reading.substr(0, reading.size() - tail.size())), text::fromScalars(s.substr(0, head))};
+}
+
+}  // namespace
+
+EdictDictionary readEDICT(const fs::path& file, Diagnostics& diagnostics) {
+  if (!fs::exists(file))
+    throw SourceError("EDICT not found at " + file.string() +
+                      ": install the Debian package edict or pass --edict FILE (or --no-edict)");
+  auto content = text::fromEUCJP(readWhole(file));
+  if (!content) throw SourceError("cannot decode " + file.string() + " as EUC-JP");
+  EdictDictionary edict;
+  const std::string label = file.filename().string();
+  forEachLine(*content, [&](std::string_view line) {
+    if (line.empty()) return;
+    const std::size_t slash = line.find(" /");
+    if (slash == std::string_view::npos || slash == 0 || line.back() != '/') {
+      diagnostics.malformed(label, line);
+      return;
+    }
+    std::string_view head = line.substr(0, slash);
+    std::string_view senses = line.substr(slash + 2, line.size() - slash - 3);
+    std::string_view surface = head, reading = head;
+    if (auto open = head.find(" ["); open != std::string_view::npos) {
+      if (head.back() != ']') {
+        diagnostics.malformed(label, line);
+        return;
+      }
+      surface = head.substr(0, open);
+      reading = head.substr(open + 2, head.size() - open - 3);
+    }
+    // Headwords of Latin letters or symbols have no reading a user types.
+    auto hiragana = hiraganaReading(reading);
+    if (!hiragana || !isKanaReading(*hiragana)) return;
+    EdictEntry entry;
+    entry.common = senses.ends_with("/(P)") || senses == "(P)";
+    const auto tags = firstSenseTags(senses);
+    entry.kind = kindOf(tags);
+    entry.usuallyKana = std::find(tags.begin(), tags.end(), "uk") != tags.end();
+    // A headword listed twice (two words of one spelling): the first line
+    // tells how it is used, either tells whether it is common.
+    auto [it, fresh] = edict.try_emplace({std::string(surface), *hiragana}, entry);
+    if (!fresh) {
+      it->second.common = it->second.common || entry.common;
+      if (it->second.kind == EdictEntry::Kind::other) it->second.kind = entry.kind;
+    }
+  });
+  return edict;
+}
+
+void addEdictWords(Lexicon& lexicon, const EdictDictionary& edict) {
+  std::set<std::pair<std::string_view, std::string_view>> known;
+  for (const auto& word : lexicon.words) known.emplace(word.reading, word.surface);
+  const int32_t noun = userWordID;
+  const int32_t verbalNoun = idNamed(lexicon.grammar, "名詞,サ変接続,*,*,*,*,*");
+  const int32_t adjectivalNoun = idNamed(lexicon.grammar, "名詞,形容動詞語幹,*,*,*,*,*");
+  std::vector<WordEntry> added;
+  std::set<std::pair<std::string, std::string>> adding;
+  auto add = [&](const std::string& reading, int32_t id, int32_t cost, const std::string& surface) {
+    if (known.count({reading, surface}) || !adding.emplace(reading, surface).second) return;
+    added.push_back({reading, id, id, cost, surface, "ut-edict.tsv"});
+  };
+  for (const auto& [key, entry] : edict) {
+    const auto& [surface, reading] = key;
+    if (entry.kind == EdictEntry::Kind::other || text::characterCount(reading) < 2) continue;
+    const auto s = text::scalars(surface);
+    if (!std::all_of(s.begin(), s.end(),
+                     [](char32_t c) { return isHanScalar(c) || isHiraganaScalar(c) || isKatakanaScalar(c); }))
+      continue;
+    const int32_t id = entry.kind == EdictEntry::Kind::verbalNoun       ? verbalNoun
+                       : entry.kind == EdictEntry::Kind::adjectivalNoun ? adjectivalNoun
+                                                                        : noun;
+    const int32_t cost = entry.common ? edictCommonWordCost : edictWordCost;
+    if (entry.usuallyKana && hasHan(surface)) {
+      // Offered in kanji, written in kana.
+      add(reading, id, cost, reading);
+      add(reading, id, cost + edictUsuallyKanaPenalty, surface);
+    } else {
+      add(reading, id, cost, surface);
+    }
+  }
+  lexicon.words.insert(lexicon.words.end(), added.begin(), added.end());
+}
+
+void penalizeUncommonSpellings(Lexicon& lexicon, const EdictDictionary& edict) {
+  std::set<std::pair<std::string, std::string>> common;
+  for (const auto& [key, entry] : edict)
+    if (entry.common)
+      if (auto k = stemKey(key.second, key.first)) common.insert(std::move(*k));
+
+  const auto& names = lexicon.grammar.names;
+  std::map<std::string_view, std::vector<std::size_t>> byReading;
+  for (std::size_t i = 0; i < lexicon.words.size(); ++i) {
+    const auto& word = lexicon.words[i];
+    if (hasHan(word.surface) && isContentWord(names[word.leftID])) byReading[word.reading].push_back(i);
+  }
+  std::vector<char> isCommon(lexicon.words.size(), 0);
+  for (const auto& [reading, indices] : byReading) {
+    bool any = false;
+    for (std::size_t i : indices) {
+      const auto key = stemKey(lexicon.words[i].reading, lexicon.words[i].surface);
+      isCommon[i] = key && common.count(*key);
+      any = any || isCommon[i];
+    }
+    if (!any) continue;
+    for (std::size_t i : indices)
+      if (!isCommon[i]) lexicon.words[i].cost += edictUncommonPenalty;
+  }
+}
+
+}  // namespace orvane::mkdict

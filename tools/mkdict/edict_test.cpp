@@ -1,0 +1,133 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "mkdict.h"
+#include "testing/environment.h"
+
+namespace orvane::mkdict {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::Not;
+using ::testing::ThrowsMessage;
+using orvane::testing::readFile;
+using orvane::testing::TempDir;
+using Kind = EdictEntry::Kind;
+
+const fs::path testdata = fs::path(ORVANE_SOURCE_DIR) / "tools/mkdict/testdata";
+constexpr int32_t U = userWordID;
+constexpr int32_t particle = 1, verbalNoun = 9, adjectivalNoun = 10, ichidan = 11, godan = 12;
+const Progress quiet = [](std::string_view) {};
+
+EdictDictionary fixtureEDICT(Diagnostics& diagnostics) { return readEDICT(testdata / "edict/edict.test", diagnostics); }
+
+Lexicon lexiconOf(std::vector<WordEntry> words) {
+  Lexicon lexicon;
+  lexicon.grammar.names.assign(2645, "");
+  lexicon.grammar.names[0] = "BOS/EOS,*,*,*,*,*,*";
+  lexicon.grammar.names[particle] = "助詞,係助詞,*,*,*,*,は";
+  lexicon.grammar.names[verbalNoun] = "名詞,サ変接続,*,*,*,*,*";
+  lexicon.grammar.names[adjectivalNoun] = "名詞,形容動詞語幹,*,*,*,*,*";
+  lexicon.grammar.names[ichidan] = "動詞,自立,*,*,一段,連用形,*";
+  lexicon.grammar.names[godan] = "動詞,自立,*,*,五段・ワ行促音便,連用タ接続,*";
+  lexicon.grammar.names[U] = std::string(userWordName);
+  lexicon.words = std::move(words);
+  return lexicon;
+}
+
+TEST(EdictTest, ReadsHowEachHeadwordIsUsedAndWhetherItIsCommon) {
+  Diagnostics diagnostics;
+  const EdictDictionary edict = fixtureEDICT(diagnostics);
+  struct Case {
+    const char* surface;
+    const char* reading;
+    Kind kind;
+    bool common, usuallyKana;
+  };
+  for (const Case& c : {
+           Case{"漢字", "かんじ", Kind::noun, true, false},
+           Case{"幹事", "かんじ", Kind::noun, false, false},
+           Case{"監事", "かんじ", Kind::verbalNoun, false, false},
+           Case{"綺麗", "きれい", Kind::adjectivalNoun, true, true},
+           // (uk) of a later sense and parentheses inside a gloss say nothing.
+           Case{"床しい", "ゆかしい", Kind::other, false, false},
+           Case{"見る", "みる", Kind::other, true, false},
+           // A katakana headword is its own reading.
+           Case{"サブスク", "さぶすく", Kind::noun, false, false},
+           // Listed twice: common if either line says so.
+           Case{"笑顔", "えがお", Kind::noun, true, false},
+       }) {
+    auto it = edict.find(std::pair<std::string, std::string>{c.surface, c.reading});
+    ASSERT_NE(it, edict.end()) << c.surface;
+    EXPECT_EQ(it->second.kind, c.kind) << c.surface;
+    EXPECT_EQ(it->second.common, c.common) << c.surface;
+    EXPECT_EQ(it->second.usuallyKana, c.usuallyKana) << c.surface;
+  }
+  // The file's header and headwords with no kana reading are no words; a
+  // broken line and an unclosed reading are counted.
+  EXPECT_EQ(edict.size(), 12u);
+  EXPECT_EQ(diagnostics.byFile().at("edict.test"), 2u);
+  EXPECT_THAT([&] { readEDICT("/nonexistent/edict", diagnostics); },
+              ThrowsMessage<SourceError>(HasSubstr("package edict")));
+}
+
+TEST(EdictTest, MissingNounsAreAddedUsuallyKanaWordsInKana) {
+  Diagnostics diagnostics;
+  Lexicon lexicon = lexiconOf({{"かんじ", U, U, 5352, "漢字"}});
+  addEdictWords(lexicon, fixtureEDICT(diagnostics));
+  // Not added: 漢字 (known), 歯 (one kana), 思う and 見る (verbs), 床しい.
+  EXPECT_EQ(wordLines(lexicon.words, "ut-edict.tsv"),
+            "えがお\t1851\t1851\t5000\t笑顔\n"
+            "かんじ\t1851\t1851\t5000\t感じ\n"
+            "かんじ\t1851\t1851\t7000\t幹事\n"
+            "かんじ\t9\t9\t7000\t監事\n"
+            "きれい\t10\t10\t5000\tきれい\n"
+            "きれい\t10\t10\t7000\t綺麗\n"
+            "さぶすく\t1851\t1851\t7000\tサブスク\n");
+}
+
+TEST(EdictTest, OtherSpellingsOfAReadingWithACommonOneCostMore) {
+  Diagnostics diagnostics;
+  Lexicon lexicon = lexiconOf({
+      {"かんじ", U, U, 5000, "漢字"},  {"かんじ", U, U, 4000, "幹事"},        {"かんじ", U, U, 6000, "かんじ"},
+      {"おもっ", godan, godan, 7000, "思っ"}, {"おもっ", godan, godan, 6000, "想っ"},
+      // An ichidan stem ends in its kanji: known by its dictionary form 見る.
+      {"み", ichidan, ichidan, 6000, "見"},   {"み", U, U, 5000, "実"},
+      {"は", particle, particle, 3000, "葉"}, {"は", U, U, 6000, "歯"},
+      // No spelling of this reading is common: nothing to prefer.
+      {"ゆかし", U, U, 8000, "床し"},
+  });
+  penalizeUncommonSpellings(lexicon, fixtureEDICT(diagnostics));
+  const int32_t expected[] = {5000, 5000, 6000, 7000, 7000, 6000, 6000, 3000, 6000, 8000};
+  for (std::size_t i = 0; i < lexicon.words.size(); ++i)
+    EXPECT_EQ(lexicon.words[i].cost, expected[i]) << lexicon.words[i].surface;
+}
+
+TEST(EdictTest, BuildCreditsEDICTAndKeepsItsWordsApartOnRequest) {
+  TempDir dir;
+  BuildOptions options;
+  options.output = dir / "Mozc";
+  options.ipadic = testdata / "ipadic";
+  options.cldr = testdata / "cldr";
+  options.skk.reset();
+  options.edict = testdata / "edict/edict.test";
+  const std::string added = "さぶすく\t1851\t1851\t7000\tサブスク\n";
+  build(options, quiet);
+  EXPECT_THAT(readFile(dir / "Mozc/mozc.tsv"), HasSubstr(added));
+  EXPECT_THAT(readFile(dir / "Mozc/CREDITS.txt"), HasSubstr("Fixture licence for the small EDICT sample."));
+
+  options.separateLists = true;
+  build(options, quiet);
+  EXPECT_THAT(readFile(dir / "Mozc/ut-edict.tsv"), HasSubstr(added));
+  EXPECT_THAT(readFile(dir / "Mozc/mozc.tsv"), Not(HasSubstr(added)));
+
+  // With both of its rules off EDICT is not read, so it need not be there.
+  options.edict = dir / "missing";
+  EXPECT_THROW(build(options, quiet), SourceError);
+  options.adjustments.edictWords = options.adjustments.edictCommon = false;
+  build(options, quiet);
+  EXPECT_THAT(readFile(dir / "Mozc/CREDITS.txt"), Not(HasSubstr("EDICT")));
+}
+
+}  // namespace
+}  // namespace orvane::mkdict
