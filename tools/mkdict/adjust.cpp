@@ -111,18 +111,23 @@ SKKDictionary readSKK(const fs::path& file, Diagnostics& diagnostics) {
   return skk;
 }
 
-std::optional<std::pair<std::string, std::string>> skkKey(std::string_view reading, std::string_view surface) {
+std::optional<std::pair<std::string, std::string>> stemKey(std::string_view reading, std::string_view surface) {
   const std::u32string s = text::scalars(surface);
   std::size_t head = s.size();
   while (head > 0 && isHiraganaScalar(s[head - 1])) --head;
   if (head == 0) return std::nullopt;
   const std::string tail = text::fromScalars(s.substr(head));
-  const std::string stem = text::fromScalars(s.substr(0, head));
-  if (tail.empty()) return std::pair{std::string(reading), stem};
-  if (reading.size() <= tail.size() || !reading.ends_with(tail)) return std::nullopt;
-  const char letter = okuriLetter(s[head]);
+  if (!reading.ends_with(tail) || reading.size() == tail.size()) return std::nullopt;
+  return std::pair{std::string(reading.substr(0, reading.size() - tail.size())), text::fromScalars(s.substr(0, head))};
+}
+
+std::optional<std::pair<std::string, std::string>> skkKey(std::string_view reading, std::string_view surface) {
+  auto key = stemKey(reading, surface);
+  if (!key || key->first.size() == reading.size()) return key;
+  const char letter = okuriLetter(text::scalars(reading.substr(key->first.size())).front());
   if (!letter) return std::nullopt;
-  return std::pair{std::string(reading.substr(0, reading.size() - tail.size())) + letter, stem};
+  key->first += letter;
+  return key;
 }
 
 void applySKKOrder(Lexicon& lexicon, const SKKDictionary& skk) {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <set>
-#include <optional>
 
 #include "text/text.h"
 
@@ -45,19 +44,6 @@ EdictEntry::Kind kindOf(const std::vector<std::string_view>& tags) {
 int32_t idNamed(const Grammar& grammar, std::string_view name) {
   auto it = std::find(grammar.names.begin(), grammar.names.end(), name);
   return it == grammar.names.end() ? userWordID : static_cast<int32_t>(it - grammar.names.begin());
-}
-
-// What a spelling is known by whatever its inflection: the surface without
-// its trailing kana and the reading without the same kana (思 おも for 思う,
-// 思っ and 思わ; 見 み for 見る and 見). Nothing for a surface of kana alone.
-std::optional<std::pair<std::string, std::string>> stemKey(std::string_view reading, std::string_view surface) {
-  const std::u32string s = text::scalars(surface);
-  std::size_t head = s.size();
-  while (head > 0 && isHiraganaScalar(s[head - 1])) --head;
-  if (head == 0) return std::nullopt;
-  const std::string tail = text::fromScalars(s.substr(head));
-  if (!reading.ends_with(tail) || reading.size() == tail.size()) return std::nullopt;
-  return std::pair{std::string(reading.substr(0, reading.size() - tail.size())), text::fromScalars(s.substr(0, head))};
 }
 
 }  // namespace

@@ -191,6 +191,10 @@ inline constexpr const char* adjustmentNames[] = {"skk-order",  "katakana-varian
 // Whether a name is a rule's; sets it in `adjustments`.
 bool setAdjustment(Adjustments& adjustments, std::string_view name, bool on);
 
+// What a spelling is known by whatever its inflection: the surface without
+// its trailing kana and the reading without the same kana (思 おも for 思う,
+// 思っ and 思わ; 見 み for 見る and 見). Nothing for a surface of kana alone.
+std::optional<std::pair<std::string, std::string>> stemKey(std::string_view reading, std::string_view surface);
 // The SKK key (reading, or stem plus okurigana letter) and the candidate
 // (surface without okurigana) under which a word would be listed.
 std::optional<std::pair<std::string, std::string>> skkKey(std::string_view reading, std::string_view surface);
