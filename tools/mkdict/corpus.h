@@ -22,9 +22,11 @@ CorpusCounts readCorpusCounts(const fs::path& file, Diagnostics& diagnostics);
 // for analysing text, not for choosing how to write it: 駄目 beats だめ, 下さい
 // beats ください. Where the counted text clearly prefers one spelling (at least
 // corpusMinimumCount uses and corpusDominance times the next one), that
-// spelling becomes the cheapest of its word by corpusMargin.
-inline constexpr int64_t corpusMinimumCount = 3;
-inline constexpr int64_t corpusDominance = 2;
+// spelling becomes the cheapest of its word by corpusMargin. The counted text
+// is technical documentation: a weaker preference there (空き for あき, 型
+// for かた) tells more about the field than about the language.
+inline constexpr int64_t corpusMinimumCount = 5;
+inline constexpr int64_t corpusDominance = 3;
 inline constexpr int32_t corpusMargin = 1000;
 // Returns how many entries got cheaper.
 std::size_t preferCountedSpellings(Lexicon& lexicon, const CorpusCounts& counts);

@@ -43,7 +43,7 @@ TEST(CorpusCounts, TheUsualSpellingOfAWordBecomesItsCheapest) {
       {"だめ", 1, 1, 5500, "ダメ"},
       // Another kind of word under the same reading is not a spelling of it.
       {"だめ", 2, 2, 3000, "駄馬"},
-      // The text uses both spellings alike: nothing changes.
+      // Preferred, but not by enough: nothing changes.
       {"やっ", 3, 3, 4000, "遣っ"},
       {"やっ", 3, 3, 4200, "やっ"},
   });
@@ -51,8 +51,8 @@ TEST(CorpusCounts, TheUsualSpellingOfAWordBecomesItsCheapest) {
       {"だめ\tダメ\t名詞,形容動詞語幹,*,*,*,*", 40},
       {"駄目\tダメ\t名詞,形容動詞語幹,*,*,*,*", 5},
       {"駄馬\tダメ\t名詞,一般,*,*,*,*", 1000},
-      {"やっ\tヤッ\t動詞,自立,*,*,五段・ラ行,連用タ接続", 10},
-      {"遣っ\tヤッ\t動詞,自立,*,*,五段・ラ行,連用タ接続", 6},
+      {"やっ\tヤッ\t動詞,自立,*,*,五段・ラ行,連用タ接続", 11},
+      {"遣っ\tヤッ\t動詞,自立,*,*,五段・ラ行,連用タ接続", 4},
   };
   EXPECT_EQ(preferCountedSpellings(l, counts), 1u);
   EXPECT_EQ(costOf(l, "だめ", 1), 5000 - corpusMargin);

@@ -51,8 +51,9 @@ Sources (each optional; at least one must give words):
   --corpus FILE   word counts of running text, as scripts/corpus-stats.sh
                   writes them (count TAB surface TAB katakana reading TAB six
                   part-of-speech fields): where the text clearly prefers one
-                  spelling of a word (reading and part of speech), that
-                  spelling becomes its cheapest. Not used unless given;
+                  spelling of a word (reading and part of speech; at least
+                  5 uses and 3 times the next spelling's), that spelling
+                  becomes its cheapest by 1000. Not used unless given;
                   --no-corpus turns it off again.
   --mozc DIR      a Mozc source tree (or a flat directory of its files):
                   src/data/dictionary_oss/dictionary*.txt with id.def and
