@@ -248,8 +248,10 @@ void penalizeKatakanaVariants(Lexicon& lexicon) {
 }
 
 void penalizeProperNouns(Lexicon& lexicon) {
-  for (auto& word : lexicon.words)
-    if (lexicon.grammar.names[word.leftID].starts_with("名詞,固有名詞,")) word.cost += properNounPenalty;
+  for (auto& word : lexicon.words) {
+    const auto& name = lexicon.grammar.names[word.leftID];
+    if (name.starts_with("名詞,固有名詞,") && !name.starts_with("名詞,固有名詞,地域,国,")) word.cost += properNounPenalty;
+  }
 }
 
 void penalizeSymbolReadings(Lexicon& lexicon) {

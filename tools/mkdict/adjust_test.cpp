@@ -30,7 +30,8 @@ Lexicon lexiconOf(std::vector<WordEntry> words) {
                          "名詞,固有名詞,地域,一般,*,*,*", "名詞,数,*,*,*,*,*",
                          "名詞,接尾,助数詞,*,*,*,*",      "名詞,副詞可能,*,*,*,*,*",
                          "形容詞,自立,*,*,形容詞・アウオ段,基本形,*",
-                         "動詞,非自立,*,*,五段・ラ行特殊,連用形,下さる", "名詞,非自立,一般,*,*,*,*"};
+                         "動詞,非自立,*,*,五段・ラ行特殊,連用形,下さる", "名詞,非自立,一般,*,*,*,*",
+                         "名詞,固有名詞,地域,国,*,*,*"};
   std::copy(std::begin(names), std::end(names), lexicon.grammar.names.begin());
   lexicon.grammar.names[userWordID] = std::string(userWordName);
   lexicon.grammar.names[fallbackSymbolID] = std::string(fallbackSymbolName);
@@ -116,6 +117,7 @@ TEST(CostRulesTest, EachRuleTouchesOnlyItsWords) {
            Case{"katakana-variants", {"ひと", U, U, 4000, "ヒト"}, 2000}, Case{"katakana-variants", {"ー", U, U, 4000, "ー"}, 0},
            Case{"katakana-variants", {"べっど", U, U, 4000, "ベッド"}, 0},
            Case{"proper-nouns", {"あと", 2, 2, 9000, "阿戸"}, 1000}, Case{"proper-nouns", {"あと", U, U, 9000, "跡"}, 0},
+           Case{"proper-nouns", {"にほん", 9, 9, 8000, "日本"}, 0},
            Case{"symbol-readings", {"ご", 3, 3, 3000, "５"}, 5000}, Case{"symbol-readings", {"→", S, S, 1800, "→"}, 0},
            Case{"symbol-readings", {"えん", S, S, 3000, "￥"}, 5000},
            Case{"symbol-readings", {"えむでぃー", U, U, 3000, "ＭＤ"}, 5000},

@@ -93,7 +93,8 @@ as they are). Each is a general rule, deterministic, named for --without:
                      that is a function word with a hiragana spelling under
                      the same ids (ン, ネ beside ん, ね); loanwords keep
                      their cost.
-  proper-nouns       +1000 for 名詞,固有名詞 (IPADIC's many rare names and places).
+  proper-nouns       +1000 for 名詞,固有名詞 (IPADIC's many rare names and
+                     places), country names (地域,国: 日本, 中国) excepted.
   symbol-readings    +5000 for surfaces without kana or kanji read as kana
                      (５ as ご, ￥ as えん, Χ as かい): offered, not chosen
                      mid-sentence.

@@ -218,7 +218,8 @@ void penalizeKatakanaVariants(Lexicon& lexicon);
 // them from newspaper text, where they are frequent; so cheap, they beat
 // every split of their reading (市内 for し|ない). They cost 0 instead.
 void raiseNegativeCosts(Lexicon& lexicon);
-// Proper nouns (名詞,固有名詞): IPADIC lists many rare names cheaply.
+// Proper nouns (名詞,固有名詞): IPADIC lists many rare names cheaply. Country
+// names are the exception: a closed list of everyday words (日本, 中国).
 void penalizeProperNouns(Lexicon& lexicon);
 // Digits, Latin and Greek letters and symbols read as kana (５ as ご, ￥ as
 // えん): they should be offered, not chosen on the way through a sentence.
