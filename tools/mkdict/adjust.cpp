@@ -81,6 +81,7 @@ bool setAdjustment(Adjustments& adjustments, std::string_view name, bool on) {
   else if (name == "edict-words") adjustments.edictWords = on;
   else if (name == "negative-costs") adjustments.negativeCosts = on;
   else if (name == "edict-common") adjustments.edictCommon = on;
+  else if (name == "usually-kana") adjustments.usuallyKana = on;
   else return false;
   return true;
 }
@@ -441,6 +442,8 @@ void applyAdjustments(Lexicon& lexicon, const Adjustments& adjustments, const SK
   if (adjustments.dependentKana) penalizeDependentKanji(lexicon);
   if (adjustments.honorificKana) spellHonorificsInKana(lexicon);
   if (adjustments.rareKanji) penalizeRareKanji(lexicon);
+  // Last: it measures against the costs every other rule has settled.
+  if (adjustments.usuallyKana && edict) preferUsualKanaSpellings(lexicon, *edict, hiraganaCharge);
 }
 
 }  // namespace orvane::mkdict

@@ -50,11 +50,12 @@ BuildResult build(const BuildOptions& options, const Progress& progress) {
                                      "skkdic")});
     }
     std::optional<EdictDictionary> edict;
-    if (options.edict && (options.adjustments.edictWords || options.adjustments.edictCommon)) {
+    if (options.edict &&
+        (options.adjustments.edictWords || options.adjustments.edictCommon || options.adjustments.usuallyKana)) {
       progress("EDICT: common spellings and nouns");
       edict = readEDICT(*options.edict, diagnostics);
       credits.push_back({"EDICT", versionOf(*options.edict, defaultEDICT, "edict"),
-                         "which spellings of a reading are common; nouns and loanwords missing from IPADIC "
+                         "which spellings of a reading are common, which are usually written in kana; nouns and loanwords missing from IPADIC "
                          "(ut-edict.tsv when kept separate)",
                          findLicence({options.edict->parent_path() / "COPYING", "/usr/share/doc/edict/copyright"},
                                      "edict")});

@@ -1,7 +1,9 @@
 #include "mkdict.h"
 
 #include <algorithm>
+#include <map>
 #include <set>
+#include <tuple>
 
 #include "text/text.h"
 
@@ -39,6 +41,12 @@ EdictEntry::Kind kindOf(const std::vector<std::string_view>& tags) {
   for (auto t : {"n", "n-adv", "n-t", "adj-no"})
     if (has(t)) return EdictEntry::Kind::noun;
   return EdictEntry::Kind::other;
+}
+
+// Verbs and adjectives: their part-of-speech name has a conjugation type.
+bool inflects(std::string_view partOfSpeech) {
+  const auto fields = split(partOfSpeech, ',');
+  return fields.size() > 4 && fields[4] != "*";
 }
 
 int32_t idNamed(const Grammar& grammar, std::string_view name) {
@@ -151,6 +159,53 @@ void penalizeUncommonSpellings(Lexicon& lexicon, const EdictDictionary& edict) {
     for (std::size_t i : indices)
       if (!isCommon[i]) lexicon.words[i].cost += edictUncommonPenalty;
   }
+}
+
+void preferUsualKanaSpellings(Lexicon& lexicon, const EdictDictionary& edict, int32_t hiraganaCharge) {
+  // A stem stands for every common word that has it: 行 い is 行く as much as
+  // 行ける (uk), so it counts only when all of them are usually kana.
+  std::map<std::pair<std::string, std::string>, bool> usuallyKana;
+  for (const auto& [key, entry] : edict)
+    if (entry.common)
+      if (auto k = stemKey(key.second, key.first)) {
+        auto [it, fresh] = usuallyKana.try_emplace(std::move(*k), entry.usuallyKana);
+        if (!fresh) it->second = it->second && entry.usuallyKana;
+      }
+
+  const auto& names = lexicon.grammar.names;
+  std::map<std::tuple<std::string_view, int32_t, int32_t>, std::vector<std::size_t>> spellings;
+  for (std::size_t i = 0; i < lexicon.words.size(); ++i) {
+    const auto& word = lexicon.words[i];
+    if (isContentWord(names[word.leftID])) spellings[{word.reading, word.leftID, word.rightID}].push_back(i);
+  }
+  std::vector<WordEntry> added;
+  for (const auto& [word, indices] : spellings) {
+    const WordEntry* cheapest = nullptr;
+    for (std::size_t i : indices) {
+      const auto& w = lexicon.words[i];
+      if (hasHan(w.surface) && (!cheapest || w.cost < cheapest->cost)) cheapest = &w;
+    }
+    if (!cheapest || text::characterCount(cheapest->surface) < 2) continue;
+    if (!inflects(names[cheapest->leftID])) {
+      // Matched whole: 事もなげ is not 事.
+      auto it = edict.find(std::pair{cheapest->surface, cheapest->reading});
+      if (it == edict.end() || !it->second.common || !it->second.usuallyKana) continue;
+    } else {
+      const auto key = stemKey(cheapest->reading, cheapest->surface);
+      if (!key) continue;
+      if (auto it = usuallyKana.find(*key); it == usuallyKana.end() || !it->second) continue;
+    }
+    const int32_t target = cheapest->cost - hiraganaCharge - usuallyKanaMargin;
+    bool hasKana = false;
+    for (std::size_t i : indices) {
+      auto& w = lexicon.words[i];
+      if (w.surface != w.reading) continue;
+      hasKana = true;
+      w.cost = std::min(w.cost, target);
+    }
+    if (!hasKana) added.push_back({cheapest->reading, cheapest->leftID, cheapest->rightID, target, cheapest->reading});
+  }
+  lexicon.words.insert(lexicon.words.end(), added.begin(), added.end());
 }
 
 }  // namespace orvane::mkdict

@@ -65,7 +65,7 @@ TEST(EdictTest, ReadsHowEachHeadwordIsUsedAndWhetherItIsCommon) {
   }
   // The file's header and headwords with no kana reading are no words; a
   // broken line and an unclosed reading are counted.
-  EXPECT_EQ(edict.size(), 12u);
+  EXPECT_EQ(edict.size(), 18u);
   EXPECT_EQ(diagnostics.byFile().at("edict.test"), 2u);
   EXPECT_THAT([&] { readEDICT("/nonexistent/edict", diagnostics); },
               ThrowsMessage<SourceError>(HasSubstr("package edict")));
@@ -77,6 +77,8 @@ TEST(EdictTest, MissingNounsAreAddedUsuallyKanaWordsInKana) {
   addEdictWords(lexicon, fixtureEDICT(diagnostics));
   // Not added: 漢字 (known), 歯 (one kana), 思う and 見る (verbs), 床しい.
   EXPECT_EQ(wordLines(lexicon.words, "ut-edict.tsv"),
+            "うつ\t1851\t1851\t5000\tうつ\n"
+            "うつ\t1851\t1851\t7000\t鬱\n"
             "えがお\t1851\t1851\t5000\t笑顔\n"
             "かんじ\t1851\t1851\t5000\t感じ\n"
             "かんじ\t1851\t1851\t7000\t幹事\n"
@@ -103,6 +105,33 @@ TEST(EdictTest, OtherSpellingsOfAReadingWithACommonOneCostMore) {
     EXPECT_EQ(lexicon.words[i].cost, expected[i]) << lexicon.words[i].surface;
 }
 
+TEST(EdictTest, WordsUsuallyWrittenInKanaWinInHiragana) {
+  Diagnostics diagnostics;
+  Lexicon lexicon = lexiconOf({
+      // 貰う is common and usually kana: every inflection, matched by its stem.
+      {"もらっ", godan, godan, 7000, "貰っ"}, {"もらっ", godan, godan, 8000, "もらっ"},
+      {"もらえ", ichidan, ichidan, 6500, "貰え"},
+      {"もらい", U, U, 5000, "貰い"}, {"もらい", U, U, 3000, "もらい"},
+      // Decided by the cheapest kanji spelling: 言う is not usually kana.
+      {"いっ", godan, godan, 5000, "言っ"}, {"いっ", godan, godan, 7000, "謂っ"}, {"いっ", godan, godan, 8000, "いっ"},
+      // 行け could be 行ける (usually kana) or 行く (not).
+      {"いけ", ichidan, ichidan, 5000, "行け"}, {"いけ", ichidan, ichidan, 8000, "いけ"},
+      // Words that do not inflect match whole: 綺麗ごと is not 綺麗.
+      {"きれいごと", U, U, 6000, "綺麗ごと"}, {"きれいごと", U, U, 9000, "きれいごと"},
+      // One kanji; not marked common; not a content word.
+      {"うつ", U, U, 6000, "鬱"}, {"うつ", U, U, 9000, "うつ"},
+      {"はしゃい", godan, godan, 7000, "燥い"}, {"はしゃい", godan, godan, 9000, "はしゃい"},
+      {"もらっ", particle, particle, 7000, "貰っ"}, {"もらっ", particle, particle, 8000, "もらっ"},
+  });
+  preferUsualKanaSpellings(lexicon, fixtureEDICT(diagnostics), 600);
+  const int32_t expected[] = {7000, 6200, 6500, 5000, 3000, 5000, 7000, 8000, 5000, 8000,
+                              6000, 9000, 6000, 9000, 7000, 9000, 7000, 8000};
+  ASSERT_EQ(lexicon.words.size(), std::size(expected) + 1);
+  for (std::size_t i = 0; i < std::size(expected); ++i)
+    EXPECT_EQ(lexicon.words[i].cost, expected[i]) << lexicon.words[i].surface << " " << i;
+  EXPECT_EQ(wordLines({lexicon.words.back()}), "もらえ\t11\t11\t5700\tもらえ\n");
+}
+
 TEST(EdictTest, BuildCreditsEDICTAndKeepsItsWordsApartOnRequest) {
   TempDir dir;
   BuildOptions options;
@@ -124,7 +153,7 @@ TEST(EdictTest, BuildCreditsEDICTAndKeepsItsWordsApartOnRequest) {
   // With both of its rules off EDICT is not read, so it need not be there.
   options.edict = dir / "missing";
   EXPECT_THROW(build(options, quiet), SourceError);
-  options.adjustments.edictWords = options.adjustments.edictCommon = false;
+  options.adjustments.edictWords = options.adjustments.edictCommon = options.adjustments.usuallyKana = false;
   build(options, quiet);
   EXPECT_THAT(readFile(dir / "Mozc/CREDITS.txt"), Not(HasSubstr("EDICT")));
 }

@@ -46,7 +46,7 @@ Sources (each optional; at least one must give words):
                   EUC-JP, "surface [reading] /(pos) gloss/.../(P)/": which
                   spellings are common (P), which words are usually written
                   in kana (uk), and nouns IPADIC lacks (rules edict-words,
-                  edict-common).
+                  edict-common, usually-kana).
   --no-edict      do not read EDICT.
   --corpus FILE   word counts of running text, as scripts/corpus-stats.sh
                   writes them (count TAB surface TAB katakana reading TAB six
@@ -119,6 +119,17 @@ as they are). Each is a general rule, deterministic, named for --without:
   kana-spellings     -600 for content words written all in hiragana: the
                      converter charges that, and IPADIC's costs already
                      count how often a word is written so.
+  usually-kana       applied last: where a content word's cheapest kanji
+                     spelling (one reading, one pair of ids) is one EDICT
+                     marks common (P) and usually written in kana (uk) in
+                     its first sense (宜しく; verbs and adjectives by stem,
+                     貰っ under 貰う, unless another common word has that
+                     stem: 行く beside 行ける), its hiragana spelling costs
+                     that less 800, so that it wins by 200 after the
+                     converter's hiragana charge (added where missing).
+                     One-kanji spellings (高
+                     たか, 鬱 うつ) are left alone: their kana would split
+                     longer words.
   --without R[,R]    switch rules off; --no-adjust switches all of them off.
 
 Other options:

@@ -164,6 +164,18 @@ inline constexpr int32_t edictUsuallyKanaPenalty = 2000;
 inline constexpr int32_t edictUncommonPenalty = 1000;
 void penalizeUncommonSpellings(Lexicon& lexicon, const EdictDictionary& edict);
 
+// Rule "usually-kana": where the cheapest kanji spelling of a content word
+// (one reading, one pair of ids) is one EDICT marks common and usually
+// written in kana (宜しく, 美味しい; verbs and adjectives by their stem, 貰っ
+// under 貰う, unless another common word has that stem: 行ける is usually
+// kana, 行く is not), its hiragana spelling comes out
+// usuallyKanaMargin cheaper once the converter has charged it for being
+// hiragana; one is added where the word list lacks it. Spellings of one
+// kanji (高 たか, 鬱 うつ) are left alone: their kana would be short nouns
+// that split longer words.
+inline constexpr int32_t usuallyKanaMargin = 200;
+void preferUsualKanaSpellings(Lexicon& lexicon, const EdictDictionary& edict, int32_t hiraganaCharge);
+
 // ---- Cost rules ------------------------------------------------------------
 //
 // Deterministic, general adjustments of word costs after renumbering; each
@@ -184,10 +196,11 @@ struct Adjustments {
   bool edictWords = true;        // "edict-words"
   bool edictCommon = true;       // "edict-common"
   bool negativeCosts = true;     // "negative-costs"
+  bool usuallyKana = true;       // "usually-kana"
 };
 inline constexpr const char* adjustmentNames[] = {"skk-order",  "katakana-variants", "proper-nouns", "symbol-readings",
                                                   "numerals",   "short-readings",    "kana-spellings", "skk-words", "dependent-kana", "honorific-kana", "rare-kanji",
-                                                  "edict-words", "edict-common", "negative-costs"};
+                                                  "edict-words", "edict-common", "negative-costs", "usually-kana"};
 // Whether a name is a rule's; sets it in `adjustments`.
 bool setAdjustment(Adjustments& adjustments, std::string_view name, bool on);
 
