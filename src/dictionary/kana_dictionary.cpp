@@ -82,8 +82,10 @@ struct State {
       std::error_code ec;
       for (fs::directory_iterator it(mozcDirectory, ec), end; !ec && it != end; it.increment(ec)) {
         const auto name = it->path().filename().string();
-        if (name.starts_with(extraWordsFilePrefix) &&
-            it->path().extension().string() == "." + std::string(extraWordsFileExtension))
+        const auto extension = it->path().extension().string();
+        // The extension as path() gives it, its dot included.
+        if (name.starts_with(extraWordsFilePrefix) && extension.starts_with('.') &&
+            std::string_view(extension).substr(1) == extraWordsFileExtension)
           extras.push_back(it->path());
       }
       std::sort(extras.begin(), extras.end(),

@@ -66,8 +66,10 @@ bool writeAtomically(const std::filesystem::path& path, std::string_view content
   auto dir = path.parent_path();
   if (dir.empty()) dir = ".";
   std::random_device rd;
-  auto temp = dir / ("." + path.filename().string() + ".tmp-" + std::to_string(::getpid()) + "-" +
-                     std::to_string(rd()));
+  std::string name = ".";
+  name += path.filename().string();
+  name += ".tmp-" + std::to_string(::getpid()) + "-" + std::to_string(rd());
+  auto temp = dir / name;
   int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
   if (fd < 0) {
     if (error) *error = describe(errno);
