@@ -1,9 +1,10 @@
 #include "app/log.h"
 
-#include <syslog.h>
-
 #include <algorithm>
+#include <charconv>
 #include <cstdio>
+
+#include "platform/system_log.h"
 
 namespace orvane::Log {
 namespace {
@@ -15,31 +16,44 @@ std::vector<std::shared_ptr<Sink>>& sinks() {
 
 class SystemLogSink final : public Sink {
  public:
-  SystemLogSink() {
-    static const std::string identity(subsystem);
-    openlog(identity.c_str(), LOG_PID, LOG_USER);
-  }
-  bool wants(Level) const override { return true; }
+  explicit SystemLogSink(std::unique_ptr<platform::SystemLogConnection> connection)
+      : connection_(std::move(connection)) {}
+  // Without a daemon nothing is formatted for it, unless another sink asks.
+  bool wants(Level) const override { return connection_->available(); }
   void write(std::string_view category, Level level, std::string_view message) override {
-    syslog(level == Level::error ? LOG_ERR : LOG_NOTICE, "%.*s: %.*s",
-           static_cast<int>(category.size()), category.data(), static_cast<int>(message.size()),
-           message.data());
+    line_.assign(category);
+    line_ += ": ";
+    line_ += message;
+    connection_->send(level == Level::error ? platform::SystemLogConnection::error
+                                            : platform::SystemLogConnection::notice,
+                      line_);
   }
+
+ private:
+  std::unique_ptr<platform::SystemLogConnection> connection_;
+  std::string line_;
 };
 
-void appendNumber(std::string& out, const char* pattern, const Argument& a) {
-  char buf[64];
+// std::to_chars rather than snprintf: no format string to parse on every
+// key's log line.
+template <class Integer>
+void appendInteger(std::string& out, Integer value) {
+  char buf[24];
+  const auto end = std::to_chars(buf, buf + sizeof buf, value).ptr;
+  out.append(buf, end);
+}
+
+// A number given for a string conversion, printed as a signed integer.
+void appendAsString(std::string& out, const Argument& a) {
   if (const auto* i = std::get_if<long long>(&a)) {
-    std::snprintf(buf, sizeof buf, pattern, *i);
+    appendInteger(out, *i);
   } else if (const auto* u = std::get_if<unsigned long long>(&a)) {
-    std::snprintf(buf, sizeof buf, pattern, *u);
+    appendInteger(out, static_cast<long long>(*u));
   } else if (const auto* d = std::get_if<double>(&a)) {
-    std::snprintf(buf, sizeof buf, "%lld", static_cast<long long>(*d));
+    appendInteger(out, static_cast<long long>(*d));
   } else {
     out += std::get<std::string_view>(a);
-    return;
   }
-  out += buf;
 }
 
 long long asInteger(const Argument& a) {
@@ -69,13 +83,20 @@ void dispatch(std::string_view category, Level level, std::string_view message) 
     if (s->wants(level)) s->write(category, level, message);
 }
 
-std::shared_ptr<Sink> makeSystemLogSink() { return std::make_shared<SystemLogSink>(); }
+std::shared_ptr<Sink> makeSystemLogSink() {
+  return makeSystemLogSink(std::make_unique<platform::SystemLogConnection>(std::string(subsystem)));
+}
 
-std::string format(std::string_view fmt, const std::vector<Argument>& args) {
+std::shared_ptr<Sink> makeSystemLogSink(std::unique_ptr<platform::SystemLogConnection> connection) {
+  return std::make_shared<SystemLogSink>(std::move(connection));
+}
+
+std::string format(std::string_view fmt, std::initializer_list<Argument> arguments) {
+  const auto* args = arguments.begin();
   std::string out;
   out.reserve(fmt.size() + 32);
   std::size_t next = 0;
-  auto take = [&]() -> const Argument* { return next < args.size() ? &args[next++] : nullptr; };
+  auto take = [&]() -> const Argument* { return next < arguments.size() ? &args[next++] : nullptr; };
   for (std::size_t i = 0; i < fmt.size(); ++i) {
     char c = fmt[i];
     if (c != '%' || i + 1 >= fmt.size()) {
@@ -88,10 +109,7 @@ std::string format(std::string_view fmt, const std::vector<Argument>& args) {
       i += 1;
     } else if (rest.starts_with("{public}s") || rest.starts_with("{private}s") || rest.front() == 's') {
       auto len = rest.front() == 's' ? 1 : rest.find('}') + 2;
-      if (const auto* a = take()) {
-        if (const auto* s = std::get_if<std::string_view>(a)) out += *s;
-        else appendNumber(out, "%lld", *a);
-      }
+      if (const auto* a = take()) appendAsString(out, *a);
       i += len;
     } else if (rest.starts_with(".*f")) {
       const auto* precision = take();
@@ -114,11 +132,9 @@ std::string format(std::string_view fmt, const std::vector<Argument>& args) {
           long long v = asInteger(*a);
           bool isUnsigned = rest[j] == 'u';
           bool isShort = rest.substr(0, j) == "h";
-          char buf[32];
-          if (isShort && isUnsigned) std::snprintf(buf, sizeof buf, "%hu", static_cast<unsigned short>(v));
-          else if (isUnsigned) std::snprintf(buf, sizeof buf, "%llu", static_cast<unsigned long long>(v));
-          else std::snprintf(buf, sizeof buf, "%lld", v);
-          out += buf;
+          if (isShort && isUnsigned) appendInteger(out, static_cast<unsigned short>(v));
+          else if (isUnsigned) appendInteger(out, static_cast<unsigned long long>(v));
+          else appendInteger(out, v);
         }
         i += j + 1;
       } else {

@@ -4,12 +4,17 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <type_traits>
 #include <variant>
 #include <vector>
+
+namespace orvane::platform {
+class SystemLogConnection;
+}
 
 namespace orvane::Log {
 
@@ -33,7 +38,7 @@ void dispatch(std::string_view category, Level level, std::string_view message);
 // One argument of a message, kept by reference until formatting.
 using Argument = std::variant<std::string_view, long long, unsigned long long, double>;
 
-std::string format(std::string_view format, const std::vector<Argument>& arguments);
+std::string format(std::string_view format, std::initializer_list<Argument> arguments);
 
 namespace detail {
 template <class T>
@@ -79,9 +84,10 @@ inline constexpr Logger imk{"imk"};
 inline constexpr Logger key{"key"};
 inline constexpr Logger client{"client"};
 
-// The Linux system log through syslog(3): identity the subsystem string,
-// the category at the start of every message.
+// The Linux system log: identity the subsystem string, the category at the
+// start of every message, one connection to the daemon kept for every line.
 std::shared_ptr<Sink> makeSystemLogSink();
+std::shared_ptr<Sink> makeSystemLogSink(std::unique_ptr<platform::SystemLogConnection> connection);
 
 // Keeps every line for tests to read.
 class CaptureSink final : public Sink {

@@ -13,6 +13,12 @@ void ProtocolWriter::write(const Json& line) {
   out_.flush();
 }
 
+void ProtocolWriter::writeLine(std::string_view json) {
+  out_.write(json.data(), static_cast<std::streamsize>(json.size()));
+  out_.put('\n');
+  out_.flush();
+}
+
 int64_t protocolLocation(int64_t location) { return location == NSNotFound ? -1 : location; }
 
 Json protocolRange(TextRange range) {

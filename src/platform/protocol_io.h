@@ -22,6 +22,8 @@ class ProtocolWriter {
   ProtocolWriter& operator=(const ProtocolWriter&) = delete;
 
   void write(const Json& line);
+  // A line its caller already wrote as one JSON object, without the newline.
+  void writeLine(std::string_view json);
 
  private:
   std::ostream& out_;
