@@ -1,5 +1,8 @@
 #include "dictionary/part_of_speech_table.h"
 
+#include <unicode/uchar.h>
+#include <unicode/utf8.h>
+
 #include "dictionary/decimal.h"
 #include "platform/file_system.h"
 #include "text/text.h"
@@ -21,11 +24,25 @@ std::size_t lineBreakLength(std::string_view s, std::size_t i) {
 
 // Whole characters: a combining mark right after the prefix's last comma
 // makes that comma a different character, so the prefix does not match.
+// Every prefix ends in a comma, which joins only with a following scalar
+// that extends a cluster; asking that scalar's property spares a grapheme
+// break iterator for every line.
 bool hasCharacterPrefix(std::string_view name, std::string_view prefix) {
   if (!name.starts_with(prefix)) return false;
   if (name.size() == prefix.size() || static_cast<unsigned char>(name[prefix.size()]) < 0x80) return true;
-  auto tail = text::characters(name.substr(prefix.size() - 1, 16));
-  return !tail.empty() && tail.front() == prefix.substr(prefix.size() - 1);
+  const auto* p = reinterpret_cast<const uint8_t*>(name.data());
+  auto i = static_cast<int32_t>(prefix.size());
+  UChar32 next;
+  U8_NEXT(p, i, static_cast<int32_t>(name.size()), next);
+  if (next < 0) return true;
+  switch (u_getIntPropertyValue(next, UCHAR_GRAPHEME_CLUSTER_BREAK)) {
+    case U_GCB_EXTEND:
+    case U_GCB_ZWJ:
+    case U_GCB_SPACING_MARK:
+      return false;
+    default:
+      return true;
+  }
 }
 
 }  // namespace

@@ -43,6 +43,11 @@ TEST(PartOfSpeechTableTest, ClassesIdsByTheirNames) {
       {"-75 接頭詞,名詞接続,*,*,*,*,*", -75, "-P-"},
       {"76 助詞", 76, "---"},                        // no comma after the feature
       {"77 助詞,\u0301格助詞", 77, "---"},         // the comma carries a combining mark
+      {"78 助詞,\u200D格助詞", 78, "---"},         // a joiner, a spacing mark: one character with the comma
+      {"79 接頭詞,\u0903", 79, "---"},
+      {"80 助詞,\u3099格助詞", 80, "---"},
+      {"81 助詞,\u00e9", 81, "A--"},               // a letter after the comma is a character of its own
+      {"82 接頭詞,\uFF9E", 82, "---"},             // the half-width voiced mark extends too
       {"100000 名詞,接尾,*", 100000, "A-S"},        // far beyond the ids of real files
   };
   for (const auto& c : cases) {

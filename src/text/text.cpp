@@ -8,6 +8,7 @@
 #include <unicode/unistr.h>
 #include <unicode/utf8.h>
 
+#include <algorithm>
 #include <memory>
 #include <mutex>
 
@@ -35,52 +36,153 @@ bool isSimpleASCII(std::string_view s) {
   return true;
 }
 
-// ICU objects are costly to create; one of each is kept for the process.
-// The core runs on one thread, the lock only guards tools that do not.
-struct Services {
+// ICU objects are costly to create, each is made once, on first use, and
+// kept for the process. Transliterators above all: the first one builds
+// ICU's registry of every transform, tens of milliseconds that start-up
+// should not pay for a transform it may never need. The core runs on one
+// thread; the locks only guard tools that do not.
+template <class T>
+struct Guarded {
+  explicit Guarded(T* made) : object(made) {}
   std::mutex mutex;
-  std::unique_ptr<icu::BreakIterator> breaker;
-  const icu::Normalizer2* nfc = nullptr;
-  std::unique_ptr<icu::Transliterator> hiraganaKatakana;
-  std::unique_ptr<icu::Transliterator> fullHalf;
-  std::unique_ptr<icu::Transliterator> halfFull;
-
-  Services() {
-    UErrorCode status = U_ZERO_ERROR;
-    breaker.reset(icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
-    if (U_FAILURE(status)) breaker.reset();
-    status = U_ZERO_ERROR;
-    nfc = icu::Normalizer2::getNFCInstance(status);
-    if (U_FAILURE(status)) nfc = nullptr;
-    hiraganaKatakana = make("Hiragana-Katakana", UTRANS_FORWARD);
-    fullHalf = make("Fullwidth-Halfwidth", UTRANS_FORWARD);
-    halfFull = make("Fullwidth-Halfwidth", UTRANS_REVERSE);
-  }
-
-  static std::unique_ptr<icu::Transliterator> make(const char* id, UTransDirection direction) {
-    UErrorCode status = U_ZERO_ERROR;
-    std::unique_ptr<icu::Transliterator> t(
-        icu::Transliterator::createInstance(icu::UnicodeString(id), direction, status));
-    if (U_FAILURE(status)) return nullptr;
-    return t;
-  }
+  const std::unique_ptr<T> object;
 };
 
-Services& services() {
-  static Services instance;
+Guarded<icu::BreakIterator>& breaker() {
+  static Guarded<icu::BreakIterator> instance([] {
+    UErrorCode status = U_ZERO_ERROR;
+    auto* made = icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status);
+    if (U_SUCCESS(status)) return made;
+    delete made;
+    return static_cast<icu::BreakIterator*>(nullptr);
+  }());
   return instance;
 }
 
-std::optional<std::string> transform(std::unique_ptr<icu::Transliterator> Services::*which,
-                                     std::string_view s) {
-  auto& sv = services();
-  std::lock_guard lock(sv.mutex);
-  auto& t = sv.*which;
-  if (!t) return std::nullopt;
+const icu::Normalizer2* nfcInstance() {
+  static const icu::Normalizer2* instance = [] {
+    UErrorCode status = U_ZERO_ERROR;
+    const auto* n = icu::Normalizer2::getNFCInstance(status);
+    return U_FAILURE(status) ? nullptr : n;
+  }();
+  return instance;
+}
+
+icu::Transliterator* makeTransliterator(const char* id, UTransDirection direction) {
+  UErrorCode status = U_ZERO_ERROR;
+  auto* made = icu::Transliterator::createInstance(icu::UnicodeString(id), direction, status);
+  if (U_SUCCESS(status)) return made;
+  delete made;
+  return nullptr;
+}
+
+enum class TransformID { hiraganaKatakana, fullHalf, halfFull };
+
+Guarded<icu::Transliterator>& transliterator(TransformID which) {
+  switch (which) {
+    case TransformID::hiraganaKatakana: {
+      static Guarded<icu::Transliterator> t(makeTransliterator("Hiragana-Katakana", UTRANS_FORWARD));
+      return t;
+    }
+    case TransformID::fullHalf: {
+      static Guarded<icu::Transliterator> t(makeTransliterator("Fullwidth-Halfwidth", UTRANS_FORWARD));
+      return t;
+    }
+    case TransformID::halfFull:
+      break;
+  }
+  static Guarded<icu::Transliterator> t(makeTransliterator("Fullwidth-Halfwidth", UTRANS_REVERSE));
+  return t;
+}
+
+std::optional<std::string> transform(TransformID which, std::string_view s) {
+  auto& t = transliterator(which);
+  std::lock_guard lock(t.mutex);
+  if (!t.object) return std::nullopt;
   auto u = toICU(s);
-  t->transliterate(u);
+  t.object->transliterate(u);
   if (u.isBogus()) return std::nullopt;
   return fromICU(u);
+}
+
+// The transforms of the text a conversion sees most, kana and ASCII, done
+// scalar by scalar: map gives each scalar's result, or nothing when the
+// scalar is outside the range where ICU's transform is known to act scalar
+// by scalar without context (the tests hold the two to the same results),
+// and then ICU does the whole string.
+template <class Map>
+std::optional<std::string> mappedScalarwise(std::string_view s, Map map) {
+  std::string out;
+  out.reserve(s.size());
+  const auto* p = reinterpret_cast<const uint8_t*>(s.data());
+  const auto n = static_cast<int32_t>(s.size());
+  for (int32_t i = 0; i < n;) {
+    UChar32 c;
+    U8_NEXT(p, i, n, c);
+    if (c < 0) return std::nullopt;
+    const std::optional<UChar32> mapped = map(c);
+    if (!mapped) return std::nullopt;
+    uint8_t buf[4];
+    int32_t length = 0;
+    U8_APPEND_UNSAFE(buf, length, *mapped);
+    out.append(reinterpret_cast<const char*>(buf), static_cast<std::size_t>(length));
+  }
+  return out;
+}
+
+std::optional<UChar32> hiraganaToKatakanaScalar(UChar32 c) {
+  if ((c >= 0x3041 && c <= 0x3094) || c == 0x309D || c == 0x309E) return c + 0x60;
+  if ((c >= 0x20 && c <= 0x7E) || (c >= 0xFF01 && c <= 0xFF5E) || c == 0x3000 || c == 0x3001 || c == 0x3002 ||
+      c == 0x300C || c == 0x300D || c == 0x30FB || c == 0x30FC)
+    return c;
+  return std::nullopt;
+}
+
+std::optional<UChar32> fullwidthToHalfwidthScalar(UChar32 c) {
+  if ((c >= 0x20 && c <= 0x7E) || (c >= 0x3041 && c <= 0x3096) || c == 0x309D || c == 0x309E) return c;
+  if (c >= 0xFF01 && c <= 0xFF5E) return c - 0xFEE0;
+  switch (c) {
+    case 0x3000: return 0x20;
+    case 0x3001: return 0xFF64;
+    case 0x3002: return 0xFF61;
+    case 0x300C: return 0xFF62;
+    case 0x300D: return 0xFF63;
+    case 0x30FB: return 0xFF65;
+    case 0x30FC: return 0xFF70;
+    default: return std::nullopt;
+  }
+}
+
+std::optional<UChar32> halfwidthToFullwidthScalar(UChar32 c) {
+  if (c == 0x20) return 0x3000;
+  if (c > 0x20 && c <= 0x7E) return c + 0xFEE0;
+  return std::nullopt;
+}
+
+// Scalars that are each a user-perceived character of their own whatever
+// stands next to them: their grapheme cluster break property is Other (no
+// Extend, ZWJ, SpacingMark, Prepend, control or Hangul among them), so the
+// rules break between every two of them.
+bool standsAlone(UChar32 c) {
+  return (c >= 0x20 && c <= 0x7E) || (c >= 0x3000 && c <= 0x3029) || (c >= 0x3030 && c <= 0x3098) ||
+         (c >= 0x309B && c <= 0x30FF) || (c >= 0x4E00 && c <= 0x9FFF) || (c >= 0xFF01 && c <= 0xFF5E);
+}
+
+// The characters of s when every scalar stands alone; false otherwise.
+bool splitStandalone(std::string_view s, Characters& out) {
+  const auto* p = reinterpret_cast<const uint8_t*>(s.data());
+  const auto n = static_cast<int32_t>(s.size());
+  for (int32_t i = 0; i < n;) {
+    const int32_t start = i;
+    UChar32 c;
+    U8_NEXT(p, i, n, c);
+    if (c < 0 || !standsAlone(c)) {
+      out.clear();
+      return false;
+    }
+    out.emplace_back(s.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(i - start)));
+  }
+  return true;
 }
 
 }  // namespace
@@ -93,14 +195,16 @@ Characters characters(std::string_view s) {
     for (char c : s) out.emplace_back(1, c);
     return out;
   }
+  // Kana, kanji and ASCII, which is most of what the composer holds.
+  if (splitStandalone(s, out)) return out;
   std::string valid;
   if (!isValidUTF8(s)) {
     valid = decodeLossy(s);
     s = valid;
   }
-  auto& sv = services();
-  std::lock_guard lock(sv.mutex);
-  if (!sv.breaker) {
+  auto& b = breaker();
+  std::lock_guard lock(b.mutex);
+  if (!b.object) {
     // Without ICU's break rules, fall back to one scalar per character.
     for (char32_t c : scalars(s)) out.push_back(fromScalar(c));
     return out;
@@ -108,14 +212,14 @@ Characters characters(std::string_view s) {
   UErrorCode status = U_ZERO_ERROR;
   UText ut = UTEXT_INITIALIZER;
   utext_openUTF8(&ut, s.data(), static_cast<int64_t>(s.size()), &status);
-  sv.breaker->setText(&ut, status);
-  int32_t start = sv.breaker->first();
+  b.object->setText(&ut, status);
+  int32_t start = b.object->first();
   // With UTF-8 UText the break positions are byte offsets.
-  for (int32_t end = sv.breaker->next(); end != icu::BreakIterator::DONE;
-       start = end, end = sv.breaker->next()) {
+  for (int32_t end = b.object->next(); end != icu::BreakIterator::DONE;
+       start = end, end = b.object->next()) {
     out.emplace_back(s.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(end - start)));
   }
-  sv.breaker->setText(icu::UnicodeString());
+  b.object->setText(icu::UnicodeString());
   utext_close(&ut);
   return out;
 }
@@ -134,14 +238,14 @@ std::string join(const Characters& chars, std::size_t begin, std::size_t end) {
 std::string join(const Characters& chars) { return join(chars, 0, chars.size()); }
 
 std::string nfc(std::string_view s) {
-  auto& sv = services();
-  if (!sv.nfc) return std::string(s);
+  const auto* normalizer = nfcInstance();
+  if (!normalizer) return std::string(s);
   UErrorCode status = U_ZERO_ERROR;
   auto u = toICU(s);
   // Most text is already normalised; the quick check avoids a copy.
-  if (sv.nfc->isNormalized(u, status) && U_SUCCESS(status)) return std::string(s);
+  if (normalizer->isNormalized(u, status) && U_SUCCESS(status)) return std::string(s);
   status = U_ZERO_ERROR;
-  auto n = sv.nfc->normalize(u, status);
+  auto n = normalizer->normalize(u, status);
   if (U_FAILURE(status)) return std::string(s);
   return fromICU(n);
 }
@@ -151,20 +255,39 @@ bool canonicallyEqual(std::string_view a, std::string_view b) {
   return nfc(a) == nfc(b);
 }
 
+namespace {
+
+bool isASCIIOnly(std::string_view s) {
+  return std::all_of(s.begin(), s.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
+// ASCII letters have no special casings: the full mappings are the simple ones.
+std::string asciiCased(std::string_view s, char from, char to) {
+  std::string out(s);
+  for (auto& c : out)
+    if (c >= from && c <= static_cast<char>(from + 25)) c = static_cast<char>(c - from + to);
+  return out;
+}
+
+}  // namespace
+
 std::string uppercased(std::string_view s) {
+  if (isASCIIOnly(s)) return asciiCased(s, 'a', 'A');
   auto u = toICU(s);
   u.toUpper(icu::Locale::getRoot());
   return fromICU(u);
 }
 
 std::string lowercased(std::string_view s) {
+  if (isASCIIOnly(s)) return asciiCased(s, 'A', 'a');
   auto u = toICU(s);
   u.toLower(icu::Locale::getRoot());
   return fromICU(u);
 }
 
 std::optional<std::string> hiraganaToKatakana(std::string_view s) {
-  return transform(&Services::hiraganaKatakana, s);
+  if (auto mapped = mappedScalarwise(s, hiraganaToKatakanaScalar)) return mapped;
+  return transform(TransformID::hiraganaKatakana, s);
 }
 std::optional<std::string> katakanaToHiragana(std::string_view s) {
   // ICU's reverse transform spells the long-vowel mark out as a vowel
@@ -176,10 +299,12 @@ std::optional<std::string> katakanaToHiragana(std::string_view s) {
   return fromScalars(out);
 }
 std::optional<std::string> fullwidthToHalfwidth(std::string_view s) {
-  return transform(&Services::fullHalf, s);
+  if (auto mapped = mappedScalarwise(s, fullwidthToHalfwidthScalar)) return mapped;
+  return transform(TransformID::fullHalf, s);
 }
 std::optional<std::string> halfwidthToFullwidth(std::string_view s) {
-  return transform(&Services::halfFull, s);
+  if (auto mapped = mappedScalarwise(s, halfwidthToFullwidthScalar)) return mapped;
+  return transform(TransformID::halfFull, s);
 }
 
 bool isUpperCase(std::string_view character) {

@@ -1,6 +1,13 @@
 #include "text/text.h"
 
 #include <gtest/gtest.h>
+#include <unicode/brkiter.h>
+#include <unicode/translit.h>
+#include <unicode/uchar.h>
+
+#include <map>
+#include <memory>
+#include <random>
 
 namespace orvane::text {
 namespace {
@@ -64,6 +71,69 @@ TEST(Text, UTF16LengthsAndValidity) {
   EXPECT_EQ(decodeLossy("a\xe3\x81"), "a\uFFFD");
   EXPECT_EQ(singleScalar("！"), U'\uFF01');
   EXPECT_FALSE(singleScalar("ab"));
+}
+
+// The transforms, the case mappings and the splitting into characters take
+// shortcuts for kana and ASCII; ICU itself is the reference they must match.
+std::string icuTransliterated(const char* id, UTransDirection direction, const std::string& s) {
+  static std::map<std::pair<std::string, UTransDirection>, std::unique_ptr<icu::Transliterator>> made;
+  auto& t = made[{id, direction}];
+  UErrorCode status = U_ZERO_ERROR;
+  if (!t) t.reset(icu::Transliterator::createInstance(id, direction, status));
+  auto u = icu::UnicodeString::fromUTF8(s);
+  t->transliterate(u);
+  std::string out;
+  return u.toUTF8String(out);
+}
+
+std::vector<std::string> icuCharacters(const std::string& s) {
+  UErrorCode status = U_ZERO_ERROR;
+  static std::unique_ptr<icu::BreakIterator> b(
+      icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
+  auto u = icu::UnicodeString::fromUTF8(s);
+  b->setText(u);
+  std::vector<std::string> out;
+  for (int32_t start = b->first(), end = b->next(); end != icu::BreakIterator::DONE; start = end, end = b->next()) {
+    std::string piece;
+    out.push_back(u.tempSubStringBetween(start, end).toUTF8String(piece));
+  }
+  return out;
+}
+
+// Every scalar of the ranges the shortcuts cover, a few beside them, and
+// marks and sequences that join with what stands before them.
+std::vector<std::string> alphabet() {
+  std::vector<std::string> out;
+  auto add = [&](char32_t from, char32_t to) {
+    for (char32_t c = from; c <= to; ++c) out.push_back(fromScalar(c));
+  };
+  add(0x20, 0x7E);
+  add(0x3000, 0x30FF);
+  add(0xFF01, 0xFF9F);
+  for (const char* extra : {"漢", "字", "\u3099", "\u309A", "\uFF9E", "\u0301", "\u200D", "😀", "🇯", "🇵", "\r", "\n",
+                            "\u1100", "\u1161", "\uAC00", "\u0E33", "\u0600", "é", "ß", "İ"})
+    out.emplace_back(extra);
+  return out;
+}
+
+TEST(Text, ShortcutsMatchICU) {
+  const auto letters = alphabet();
+  std::vector<std::string> samples = letters;
+  std::mt19937 random(15);
+  for (int k = 0; k < 20000; ++k) {
+    std::string s;
+    for (int length = 1 + static_cast<int>(random() % 6); length > 0; --length) s += letters[random() % letters.size()];
+    samples.push_back(std::move(s));
+  }
+  for (const auto& s : samples) {
+    EXPECT_EQ(hiraganaToKatakana(s), icuTransliterated("Hiragana-Katakana", UTRANS_FORWARD, s)) << s;
+    EXPECT_EQ(fullwidthToHalfwidth(s), icuTransliterated("Fullwidth-Halfwidth", UTRANS_FORWARD, s)) << s;
+    EXPECT_EQ(halfwidthToFullwidth(s), icuTransliterated("Fullwidth-Halfwidth", UTRANS_REVERSE, s)) << s;
+    EXPECT_EQ(characters(s), icuCharacters(s)) << s;
+    std::string upper, lower;
+    EXPECT_EQ(uppercased(s), icu::UnicodeString::fromUTF8(s).toUpper(icu::Locale::getRoot()).toUTF8String(upper)) << s;
+    EXPECT_EQ(lowercased(s), icu::UnicodeString::fromUTF8(s).toLower(icu::Locale::getRoot()).toUTF8String(lower)) << s;
+  }
 }
 
 TEST(Text, DecodesEUCJP) { EXPECT_EQ(fromEUCJP("\xb4\xc1\xbb\xfa"), "漢字"); }
