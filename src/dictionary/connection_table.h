@@ -1,12 +1,14 @@
-// The square matrix of connection costs between context ids, loaded from a
+// The square matrix of connection costs between context ids, from a
 // little-endian file of 4 + 2·N·N bytes.
 #pragma once
 
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <vector>
 
 #include "platform/file_system.h"
+#include "platform/mapped_file.h"
 
 namespace orvane {
 
@@ -30,7 +32,13 @@ class ConnectionTable final {
  private:
   std::filesystem::path url_;
   uint64_t size_ = 0;
-  std::vector<int16_t> costs_;
+  // The costs are read in place from the mapped file: tens of megabytes
+  // that start-up neither reads nor copies, of which a conversion touches
+  // the pages of the id pairs it meets. Only a big-endian processor decodes
+  // them into `decoded_`.
+  const int16_t* costs_ = nullptr;
+  std::shared_ptr<const platform::MappedFile> mapping_;
+  std::vector<int16_t> decoded_;
   platform::FileDate loadedModificationDate_;
 };
 

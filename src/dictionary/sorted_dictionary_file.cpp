@@ -1,63 +1,11 @@
 #include "dictionary/sorted_dictionary_file.h"
 
-#include <fcntl.h>
-#include <sys/mman.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <cstring>
 
 #include "app/log.h"
 #include "text/text.h"
 
 namespace orvane {
-namespace {
-
-// Maps path read-only; an empty file is a valid, empty mapping.
-std::shared_ptr<const SortedDictionaryFile::Mapping> mapFile(const std::filesystem::path& path,
-                                                             std::string& error) {
-  int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) {
-    error = std::strerror(errno);
-    return nullptr;
-  }
-  struct stat st;
-  if (::fstat(fd, &st) != 0) {
-    error = std::strerror(errno);
-    ::close(fd);
-    return nullptr;
-  }
-  if (!S_ISREG(st.st_mode)) {
-    // mmap would say "No such device" for a directory, which tells the user nothing.
-    error = std::strerror(S_ISDIR(st.st_mode) ? EISDIR : ENODEV);
-    ::close(fd);
-    return nullptr;
-  }
-  const auto length = static_cast<std::size_t>(st.st_size);
-  if (length == 0) {
-    ::close(fd);
-    return std::make_shared<const SortedDictionaryFile::Mapping>(nullptr, 0);
-  }
-  void* address = ::mmap(nullptr, length, PROT_READ, MAP_PRIVATE, fd, 0);
-  int mapError = errno;
-  // The mapping keeps the file's pages; the descriptor is no longer needed.
-  ::close(fd);
-  if (address == MAP_FAILED) {
-    error = std::strerror(mapError);
-    return nullptr;
-  }
-  // Lookups jump around the file; read-ahead of whole neighbourhoods would
-  // only fill memory with lines nobody asked for.
-  ::madvise(address, length, MADV_RANDOM);
-  return std::make_shared<const SortedDictionaryFile::Mapping>(address, length);
-}
-
-}  // namespace
-
-SortedDictionaryFile::Mapping::~Mapping() {
-  if (address_) ::munmap(const_cast<void*>(address_), length_);
-}
 
 void SortedDictionaryFile::reloadIfNeeded() {
   auto date = platform::modificationDate(url_);
@@ -69,7 +17,7 @@ void SortedDictionaryFile::reloadIfNeeded() {
   }
   const std::string path = url_.string();
   std::string error;
-  mapping_ = mapFile(url_, error);
+  mapping_ = platform::MappedFile::map(url_, &error);
   if (mapping_) {
     Log::imk.log("dictionary mapped: %{public}s", path);
   } else {

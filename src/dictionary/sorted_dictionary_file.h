@@ -11,25 +11,12 @@
 #include <vector>
 
 #include "platform/file_system.h"
+#include "platform/mapped_file.h"
 
 namespace orvane {
 
 class SortedDictionaryFile final {
  public:
-  // The open file's pages, unmapped when the last reader holding it goes.
-  class Mapping {
-   public:
-    Mapping(const void* address, std::size_t length) : address_(address), length_(length) {}
-    ~Mapping();
-    Mapping(const Mapping&) = delete;
-    Mapping& operator=(const Mapping&) = delete;
-    std::string_view bytes() const { return {static_cast<const char*>(address_), length_}; }
-
-   private:
-    const void* address_;
-    std::size_t length_;
-  };
-
   explicit SortedDictionaryFile(std::filesystem::path url) : url_(std::move(url)) {}
 
   // Maps the file again only when its modification date moved. The previous
@@ -75,7 +62,7 @@ class SortedDictionaryFile final {
   static std::size_t lowerBound(std::string_view d, std::string_view reading);
 
   std::filesystem::path url_;
-  std::shared_ptr<const Mapping> mapping_;
+  std::shared_ptr<const platform::MappedFile> mapping_;
   platform::FileDate loadedModificationDate_;
 
 };
