@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <deque>
 #include <limits>
 #include <span>
 #include <string>
@@ -83,7 +84,18 @@ bool allScalars(std::string_view s, Predicate inRange) {
   return true;
 }
 
-bool isContentWord(int64_t leftID) { return !KanaDictionary::isAttached(leftID) && !KanaDictionary::isPrefix(leftID); }
+bool isContentWord(const PartOfSpeechTable& classes, int64_t leftID) {
+  return !classes.isAttached(leftID) && !classes.isPrefix(leftID);
+}
+
+// The penalty that both the search and the candidates' scores give a
+// content word written all in hiragana or all in katakana.
+int64_t kanaContentPenalty(const PartOfSpeechTable& classes, int64_t leftID, std::string_view surface) {
+  if (!isContentWord(classes, leftID)) return 0;
+  if (isHiragana(surface)) return hiraganaContentPenalty;
+  if (isKatakana(surface)) return katakanaContentPenalty;
+  return 0;
+}
 
 // A full-width ASCII symbol (not a digit or a Latin letter) is looked up as its
 // ASCII counterpart, since the word lists spell punctuation in ASCII.
@@ -103,22 +115,21 @@ std::optional<char> asciiSymbolFor(std::string_view character) {
 // flat and no short-suffix penalty applies, unlike in the lattice search.
 class SequenceCost {
  public:
-  void add(const Word& w) {
-    int64_t c = w.cost;
-    if (isContentWord(w.leftID)) {
-      if (isHiragana(w.surface)) {
-        c += hiraganaContentPenalty;
-      } else if (isKatakana(w.surface)) {
-        c += katakanaContentPenalty;
-      }
-    }
-    if (Learning::isLearned(w.reading, w.surface)) c = std::max<int64_t>(c - flatLearnedBonus, 0);
-    sum_ += KanaDictionary::connectionCost(previousRightID_, w.leftID) + c;
-    previousRightID_ = w.rightID;
+  SequenceCost(const ConnectionTable& connection, const PartOfSpeechTable& classes)
+      : connection_(&connection), classes_(&classes) {}
+
+  void add(const Word& w) { add(w.reading, w.surface, w.leftID, w.rightID, w.cost); }
+  void add(std::string_view reading, std::string_view surface, int64_t leftID, int64_t rightID, int64_t cost) {
+    int64_t c = cost + kanaContentPenalty(*classes_, leftID, surface);
+    if (Learning::isLearned(reading, surface)) c = std::max<int64_t>(c - flatLearnedBonus, 0);
+    sum_ += connection_->cost(previousRightID_, leftID) + c;
+    previousRightID_ = rightID;
   }
-  int64_t finish() const { return sum_ + KanaDictionary::connectionCost(previousRightID_, startEndID); }
+  int64_t finish() const { return sum_ + connection_->cost(previousRightID_, startEndID); }
 
  private:
+  const ConnectionTable* connection_;
+  const PartOfSpeechTable* classes_;
   int64_t previousRightID_ = startEndID;
   int64_t sum_ = 0;
 };
@@ -177,24 +188,31 @@ Clause makeClause(std::span<const Node> path, Range range, const Characters& rea
   std::string prefixText = h ? joinedSurfaces(path, 0, *h) : std::string();
   std::string suffixText = h ? joinedSurfaces(path, *h + 1, path.size()) : std::string();
 
+  const auto& connection = KanaDictionary::connectionTable();
+  const auto& classes = KanaDictionary::partOfSpeechTable();
   std::vector<ScoredCandidate> scored;
   if (h) {
-    SequenceCost before;
+    SequenceCost before(connection, classes);
     for (std::size_t k = 0; k < *h; ++k) before.add(path[k].word);
-    for (auto& w : KanaDictionary::words(head->reading)) {
+    auto variant = [&](const KanaDictionary::WordEntry& w) {
+      std::string surface = text::decodeLossy(w.surface);
       SequenceCost cost = before;
-      cost.add(w);
+      cost.add(head->reading, surface, w.leftID, w.rightID, w.cost);
       for (std::size_t k = *h + 1; k < path.size(); ++k) cost.add(path[k].word);
-      int64_t score = cost.finish() + (isKatakana(w.surface) ? katakanaCandidatePenalty : 0);
-      scored.push_back({score, prefixText + w.surface + suffixText, ReadingSurface{w.reading, w.surface}});
-    }
+      int64_t score = cost.finish() + (isKatakana(surface) ? katakanaCandidatePenalty : 0);
+      std::string text = prefixText + surface + suffixText;
+      scored.push_back({score, std::move(text), ReadingSurface{head->reading, std::move(surface)}});
+    };
+    KanaDictionary::forEachWord(head->reading, variant);
   }
-  for (auto& w : KanaDictionary::words(clauseReading)) {
-    SequenceCost cost;
-    cost.add(w);
-    int64_t score = cost.finish() + (isKatakana(w.surface) ? katakanaCandidatePenalty : 0);
-    scored.push_back({score, w.surface, ReadingSurface{w.reading, w.surface}});
-  }
+  auto whole = [&](const KanaDictionary::WordEntry& w) {
+    std::string surface = text::decodeLossy(w.surface);
+    SequenceCost cost(connection, classes);
+    cost.add(clauseReading, surface, w.leftID, w.rightID, w.cost);
+    int64_t score = cost.finish() + (isKatakana(surface) ? katakanaCandidatePenalty : 0);
+    scored.push_back({score, surface, ReadingSurface{clauseReading, surface}});
+  };
+  KanaDictionary::forEachWord(clauseReading, whole);
   std::stable_sort(scored.begin(), scored.end(),
                    [](const ScoredCandidate& a, const ScoredCandidate& b) { return a.score < b.score; });
   for (auto& entry : scored) list.add(std::move(entry.text), std::move(entry.head));
@@ -268,25 +286,96 @@ std::set<int64_t> learnedBoundaries(const Characters& reading) {
   return positions;
 }
 
+namespace {
+
+// A node of the search: the word's reading and surface are views into the
+// joined reading and the loaded files, so that the hundreds of words a
+// position offers cost no allocation. Words are made only for the path.
+struct LatticeNode {
+  std::string_view reading;
+  std::string_view surface;
+  int64_t leftID;
+  int64_t rightID;
+  int64_t cost;
+  int64_t begin;
+  int64_t end;
+  int64_t total;
+  int64_t previous;
+  // The next node with the same end: the ends-at-p lists as chains
+  // threaded through the nodes.
+  int64_t nextSameEnd;
+};
+
+constexpr int64_t none = -1;
+
+// The cheapest way into a position for a word of one left id.
+struct Arrival {
+  int64_t total;
+  int64_t previous;
+};
+
+// Buffers kept from one search to the next, so that a conversion neither
+// allocates nor faults in fresh memory for them.
+struct Scratch {
+  std::vector<LatticeNode> nodes;
+  std::vector<int64_t> firstEnding;
+  std::vector<int64_t> lastEnding;
+  std::vector<char> kana;
+  // The reading joined, and where each character starts in it (one more
+  // for the end).
+  std::string joined;
+  std::vector<std::size_t> offsets;
+  // Surfaces of invalid UTF-8, decoded; a deque keeps the views stable.
+  std::deque<std::string> decoded;
+  // Arrivals by left id, valid where the stamp is the position's.
+  std::vector<uint64_t> arrivalStamps;
+  std::vector<Arrival> arrivals;
+  uint64_t stamp = 0;
+  // Arrivals of ids outside the connection table, for this position.
+  std::vector<std::pair<int64_t, Arrival>> otherArrivals;
+};
+
+Scratch& scratch() {
+  thread_local Scratch s;
+  return s;
+}
+
+}  // namespace
+
 std::vector<Node> bestPath(const Characters& reading, const std::set<int64_t>& boundaries) {
   const auto n = static_cast<int64_t>(reading.size());
   if (n == 0) return {};
 
-  // Ends-at-p lists as singly linked chains threaded through the nodes, so the
-  // search allocates nothing per position.
-  constexpr int64_t none = -1;
-  std::vector<Node> nodes;
-  std::vector<int64_t> nextSameEnd;
-  std::vector<int64_t> firstEnding(static_cast<std::size_t>(n) + 1, none);
-  std::vector<int64_t> lastEnding(static_cast<std::size_t>(n) + 1, none);
-  nodes.reserve(static_cast<std::size_t>(n) * 8);
-  nextSameEnd.reserve(nodes.capacity());
-
+  const auto& connection = KanaDictionary::connectionTable();
+  const auto& classes = KanaDictionary::partOfSpeechTable();
+  Scratch& s = scratch();
+  auto& nodes = s.nodes;
+  nodes.clear();
+  s.decoded.clear();
+  s.firstEnding.assign(static_cast<std::size_t>(n) + 1, none);
+  s.lastEnding.assign(static_cast<std::size_t>(n) + 1, none);
+  s.joined.clear();
+  s.offsets.clear();
+  s.kana.clear();
   // Kana-ness of every character, asked once: the fall-back rule scans ahead.
-  std::vector<char> kana(static_cast<std::size_t>(n));
-  for (int64_t k = 0; k < n; ++k) kana[static_cast<std::size_t>(k)] = isKana(reading[static_cast<std::size_t>(k)]);
+  for (const auto& character : reading) {
+    s.offsets.push_back(s.joined.size());
+    s.joined += character;
+    s.kana.push_back(isKana(character));
+  }
+  s.offsets.push_back(s.joined.size());
+  const std::string_view joined = s.joined;
+  auto characters = [&](int64_t begin, int64_t end) {
+    const auto from = s.offsets[static_cast<std::size_t>(begin)];
+    return joined.substr(from, s.offsets[static_cast<std::size_t>(end)] - from);
+  };
+  if (s.arrivalStamps.size() != connection.size()) {
+    s.arrivalStamps.assign(connection.size(), 0);
+    s.arrivals.resize(connection.size());
+  }
 
   auto straddlesBoundary = [&](int64_t begin, int64_t end) {
+    if (boundaries.empty()) return false;
     auto it = boundaries.upper_bound(begin);
     return it != boundaries.end() && *it < end;
   };
@@ -294,111 +383,118 @@ std::vector<Node> bestPath(const Characters& reading, const std::set<int64_t>& b
   // The cheapest way into position i depends only on the left id of the word
   // that follows, and many words at one position share it: each left id
   // walks the predecessors once per position.
-  struct Arrival {
-    int64_t leftID;
-    int64_t total;
-    int64_t previous;
-  };
-  std::vector<Arrival> arrivals;
-  auto cheapestBefore = [&](std::size_t position, int64_t leftID) -> Arrival {
-    for (const auto& a : arrivals) {
-      if (a.leftID == leftID) return a;
-    }
-    Arrival best{leftID, std::numeric_limits<int64_t>::max(), none};
-    for (int64_t p = firstEnding[position]; p != none; p = nextSameEnd[static_cast<std::size_t>(p)]) {
-      const Node& before = nodes[static_cast<std::size_t>(p)];
-      int64_t total = before.total + KanaDictionary::connectionCost(before.word.rightID, leftID);
+  auto walkPredecessors = [&](std::size_t position, int64_t leftID) {
+    Arrival best{std::numeric_limits<int64_t>::max(), none};
+    for (int64_t p = s.firstEnding[position]; p != none; p = nodes[static_cast<std::size_t>(p)].nextSameEnd) {
+      const LatticeNode& before = nodes[static_cast<std::size_t>(p)];
+      const int64_t total = before.total + connection.cost(before.rightID, leftID);
       if (total < best.total) {  // strict: the first of equal totals stays
         best.total = total;
         best.previous = p;
       }
     }
-    arrivals.push_back(best);
     return best;
   };
+  auto cheapestBefore = [&](std::size_t position, int64_t leftID) -> Arrival {
+    if (static_cast<uint64_t>(leftID) < connection.size()) {
+      const auto id = static_cast<std::size_t>(leftID);
+      if (s.arrivalStamps[id] != s.stamp) {
+        s.arrivals[id] = walkPredecessors(position, leftID);
+        s.arrivalStamps[id] = s.stamp;
+      }
+      return s.arrivals[id];
+    }
+    for (const auto& [id, arrival] : s.otherArrivals)
+      if (id == leftID) return arrival;
+    s.otherArrivals.emplace_back(leftID, walkPredecessors(position, leftID));
+    return s.otherArrivals.back().second;
+  };
 
-  std::string key;
-  std::vector<std::pair<Word, int64_t>> gathered;  // word, length
-  std::vector<Word> found;
-  for (int64_t i = 0; i < n; ++i) {
-    const auto ui = static_cast<std::size_t>(i);
-    if (i > 0 && firstEnding[ui] == none) continue;
-    arrivals.clear();
+  int64_t i = 0;
+  std::size_t ui = 0;
+  bool learnedReading = false;
+  // Prices one word starting at i and puts it into the lattice.
+  auto place = [&](std::string_view wordReading, std::string_view surface, int64_t leftID, int64_t rightID,
+                   int64_t cost, int64_t length, bool fallback) {
+    const int64_t end = i + length;
+    if (!fallback && straddlesBoundary(i, end)) return;
 
-    gathered.clear();
-    key.clear();
+    int64_t c = cost + kanaContentPenalty(classes, leftID, surface);
+    if (length == 1 && classes.isSuffix(leftID)) c += shortSuffixPenalty;
+    if (learnedReading && Learning::isLearned(wordReading, surface)) {
+      c -= std::min(length * learnedBonusPerCharacter, learnedBonusLimit);
+      if (c < 0) c = 0;
+    }
+
+    int64_t total = 0;
+    int64_t previous = none;
+    if (i == 0) {
+      total = connection.cost(startEndID, leftID) + c;
+    } else {
+      const auto best = cheapestBefore(ui, leftID);
+      total = best.total + c;
+      previous = best.previous;
+    }
+
+    const auto index = static_cast<int64_t>(nodes.size());
+    nodes.push_back(LatticeNode{wordReading, surface, leftID, rightID, cost, i, end, total, previous, none});
+    const auto ue = static_cast<std::size_t>(end);
+    if (s.lastEnding[ue] == none) {
+      s.firstEnding[ue] = index;
+    } else {
+      nodes[static_cast<std::size_t>(s.lastEnding[ue])].nextSameEnd = index;
+    }
+    s.lastEnding[ue] = index;
+  };
+  // Surfaces are used as the files spell them unless that is not valid UTF-8.
+  auto decoded = [&](std::string_view surface) -> std::string_view {
+    if (text::isValidUTF8(surface)) return surface;
+    return s.decoded.emplace_back(text::decodeLossy(surface));
+  };
+
+  for (; i < n; ++i) {
+    ui = static_cast<std::size_t>(i);
+    if (i > 0 && s.firstEnding[ui] == none) continue;
+    ++s.stamp;
+    s.otherArrivals.clear();
+
     const int64_t longest = std::min<int64_t>(n - i, static_cast<int64_t>(longestLookup));
     for (int64_t length = 1; length <= longest; ++length) {
-      key += reading[ui + static_cast<std::size_t>(length) - 1];
-      found.clear();
-      const bool longer = KanaDictionary::appendWords(key, found);
-      for (auto& w : found) gathered.emplace_back(std::move(w), length);
+      const auto key = characters(i, i + length);
+      learnedReading = Learning::hasEntries(key);
+      auto word = [&](const KanaDictionary::WordEntry& w) {
+        place(key, decoded(w.surface), w.leftID, w.rightID, w.cost, length, false);
+      };
       // No longer key can have words once no reading begins with this one;
       // most of the 24 look-ups of a position are saved so.
-      if (!longer) break;
+      if (!KanaDictionary::forEachWord(key, word)) break;
     }
-    if (auto ascii = asciiSymbolFor(reading[ui])) {
-      for (auto& w : KanaDictionary::words(std::string_view(&*ascii, 1))) {
-        gathered.emplace_back(Word{reading[ui], reading[ui], w.leftID, w.rightID, w.cost}, 1);
-      }
+    const auto character = characters(i, i + 1);
+    if (auto ascii = asciiSymbolFor(character)) {
+      learnedReading = Learning::hasEntries(character);
+      auto symbol = [&](const KanaDictionary::WordEntry& w) {
+        place(character, character, w.leftID, w.rightID, w.cost, 1, false);
+      };
+      KanaDictionary::forEachWord(std::string_view(&*ascii, 1), symbol);
     }
-    const std::size_t fallbackIndex = gathered.size();
-    if (!kana[ui]) {
+    if (!s.kana[ui]) {
       int64_t j = i + 1;
-      while (j < n && !kana[static_cast<std::size_t>(j)]) ++j;
-      std::string run = text::join(reading, ui, static_cast<std::size_t>(j));
-      gathered.emplace_back(Word{run, run, otherFallbackID, otherFallbackID, otherFallbackCost}, j - i);
+      while (j < n && !s.kana[static_cast<std::size_t>(j)]) ++j;
+      const auto run = characters(i, j);
+      learnedReading = Learning::hasEntries(run);
+      place(run, run, otherFallbackID, otherFallbackID, otherFallbackCost, j - i, true);
     } else {
-      gathered.emplace_back(Word{reading[ui], reading[ui], kanaFallbackID, kanaFallbackID, kanaFallbackCost}, 1);
-    }
-
-    for (std::size_t g = 0; g < gathered.size(); ++g) {
-      auto& [word, length] = gathered[g];
-      const int64_t end = i + length;
-      if (g != fallbackIndex && straddlesBoundary(i, end)) continue;
-
-      int64_t c = word.cost;
-      if (isContentWord(word.leftID)) {
-        if (isHiragana(word.surface)) {
-          c += hiraganaContentPenalty;
-        } else if (isKatakana(word.surface)) {
-          c += katakanaContentPenalty;
-        }
-      }
-      if (length == 1 && KanaDictionary::isSuffix(word.leftID)) c += shortSuffixPenalty;
-      if (Learning::isLearned(word.reading, word.surface)) {
-        c -= std::min(length * learnedBonusPerCharacter, learnedBonusLimit);
-        if (c < 0) c = 0;
-      }
-
-      int64_t total = 0;
-      std::optional<int64_t> previous;
-      if (i == 0) {
-        total = KanaDictionary::connectionCost(startEndID, word.leftID) + c;
-      } else {
-        auto best = cheapestBefore(ui, word.leftID);
-        total = best.total + c;
-        previous = best.previous;
-      }
-
-      const auto index = static_cast<int64_t>(nodes.size());
-      nodes.push_back(Node{std::move(word), i, end, total, previous});
-      nextSameEnd.push_back(none);
-      const auto ue = static_cast<std::size_t>(end);
-      if (lastEnding[ue] == none) {
-        firstEnding[ue] = index;
-      } else {
-        nextSameEnd[static_cast<std::size_t>(lastEnding[ue])] = index;
-      }
-      lastEnding[ue] = index;
+      learnedReading = Learning::hasEntries(character);
+      place(character, character, kanaFallbackID, kanaFallbackID, kanaFallbackCost, 1, true);
     }
   }
 
   int64_t best = none;
   int64_t bestSum = 0;
-  for (int64_t p = firstEnding[static_cast<std::size_t>(n)]; p != none; p = nextSameEnd[static_cast<std::size_t>(p)]) {
-    const Node& node = nodes[static_cast<std::size_t>(p)];
-    int64_t sum = node.total + KanaDictionary::connectionCost(node.word.rightID, startEndID);
+  for (int64_t p = s.firstEnding[static_cast<std::size_t>(n)]; p != none;
+       p = nodes[static_cast<std::size_t>(p)].nextSameEnd) {
+    const LatticeNode& node = nodes[static_cast<std::size_t>(p)];
+    int64_t sum = node.total + connection.cost(node.rightID, startEndID);
     if (best == none || sum < bestSum) {
       best = p;
       bestSum = sum;
@@ -406,8 +502,11 @@ std::vector<Node> bestPath(const Characters& reading, const std::set<int64_t>& b
   }
 
   std::vector<Node> path;
-  for (std::optional<int64_t> p = best; p; p = nodes[static_cast<std::size_t>(*p)].previous) {
-    path.push_back(std::move(nodes[static_cast<std::size_t>(*p)]));
+  for (int64_t p = best; p != none; p = nodes[static_cast<std::size_t>(p)].previous) {
+    const LatticeNode& node = nodes[static_cast<std::size_t>(p)];
+    path.push_back(Node{Word{std::string(node.reading), std::string(node.surface), node.leftID, node.rightID, node.cost},
+                        node.begin, node.end, node.total,
+                        node.previous == none ? std::nullopt : std::optional<int64_t>(node.previous)});
   }
   std::reverse(path.begin(), path.end());
   return path;

@@ -18,6 +18,16 @@ inline std::optional<int64_t> parseDecimal(std::string_view s) {
     s.remove_prefix(1);
   }
   if (s.empty()) return std::nullopt;
+  // Eighteen digits never leave the range: no overflow checks, no division,
+  // for the ids and costs of every word a conversion reads.
+  if (s.size() <= 18) {
+    int64_t value = 0;
+    for (char c : s) {
+      if (c < '0' || c > '9') return std::nullopt;
+      value = value * 10 + (c - '0');
+    }
+    return negative ? -value : value;
+  }
   // Accumulate toward the negative side, which holds one more value.
   constexpr int64_t min = std::numeric_limits<int64_t>::min();
   int64_t value = 0;

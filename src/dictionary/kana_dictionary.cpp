@@ -192,32 +192,30 @@ const fs::path& mozcDirectoryURL() {
   return *l.mozc;
 }
 
-bool appendWords(std::string_view reading, std::vector<Word>& out) {
+bool forEachWord(std::string_view reading, EntryVisitor visit) {
   auto& s = state();
   bool longer = s.userFile.hasLongerReading(reading);
   s.userFile.forEachValue(reading, [&](std::string_view value) {
-    forEachPiece(value, isUserSeparator, [&](std::string_view piece) {
-      out.push_back(Word{std::string(reading), text::decodeLossy(piece), userWordID, userWordID, userWordCost});
-    });
+    forEachPiece(value, isUserSeparator,
+                 [&](std::string_view piece) { visit(WordEntry{piece, userWordID, userWordID, userWordCost}); });
   });
   for (const auto& file : s.wordsFiles()) {
     longer |= file.forEachValueAndLonger(reading, [&](std::string_view value) {
-      std::string_view fields[4];
-      std::size_t count = 0;
-      std::size_t start = 0;
-      for (std::size_t i = 0; i <= value.size(); ++i) {
-        if (i == value.size() || value[i] == '\t') {
-          if (count == 4) return;
-          fields[count++] = value.substr(start, i - start);
-          start = i + 1;
-        }
-      }
-      if (count != 4) return;
-      const auto left = dictionary::parseDecimal(fields[0]);
-      const auto right = dictionary::parseDecimal(fields[1]);
-      const auto cost = dictionary::parseDecimal(fields[2]);
+      // Four fields: left id, right id, cost, surface; the surface may hold
+      // anything but a TAB, so a fifth field spoils the line.
+      const auto first = value.find('\t');
+      if (first == std::string_view::npos) return;
+      const auto second = value.find('\t', first + 1);
+      if (second == std::string_view::npos) return;
+      const auto third = value.find('\t', second + 1);
+      if (third == std::string_view::npos) return;
+      const auto surface = value.substr(third + 1);
+      if (surface.find('\t') != std::string_view::npos) return;
+      const auto left = dictionary::parseDecimal(value.substr(0, first));
+      const auto right = dictionary::parseDecimal(value.substr(first + 1, second - first - 1));
+      const auto cost = dictionary::parseDecimal(value.substr(second + 1, third - second - 1));
       if (!left || !right || !cost) return;
-      out.push_back(Word{std::string(reading), text::decodeLossy(fields[3]), *left, *right, *cost});
+      visit(WordEntry{surface, *left, *right, *cost});
     });
   }
   return longer;
@@ -225,7 +223,10 @@ bool appendWords(std::string_view reading, std::vector<Word>& out) {
 
 std::vector<Word> words(std::string_view reading) {
   std::vector<Word> out;
-  appendWords(reading, out);
+  auto add = [&](const WordEntry& e) {
+    out.push_back(Word{std::string(reading), text::decodeLossy(e.surface), e.leftID, e.rightID, e.cost});
+  };
+  forEachWord(reading, add);
   return out;
 }
 
@@ -238,6 +239,8 @@ std::vector<std::string> emoji(std::string_view reading) {
 std::vector<std::string> symbols(std::string_view reading) { return spaceSeparated(state().symbolFile, reading); }
 
 int64_t connectionCost(int64_t from, int64_t to) { return state().connection.cost(from, to); }
+const ConnectionTable& connectionTable() { return state().connection; }
+const PartOfSpeechTable& partOfSpeechTable() { return state().partsOfSpeech; }
 bool isAttached(int64_t id) { return state().partsOfSpeech.isAttached(id); }
 bool isPrefix(int64_t id) { return state().partsOfSpeech.isPrefix(id); }
 bool isSuffix(int64_t id) { return state().partsOfSpeech.isSuffix(id); }

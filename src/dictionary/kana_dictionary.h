@@ -10,6 +10,8 @@
 #include <vector>
 
 #include "conversion/records.h"
+#include "dictionary/connection_table.h"
+#include "dictionary/part_of_speech_table.h"
 
 namespace orvane::KanaDictionary {
 
@@ -32,14 +34,47 @@ const std::filesystem::path& mozcDirectoryURL();
 std::vector<Word> words(std::string_view reading);
 std::vector<std::string> emoji(std::string_view reading);
 std::vector<std::string> symbols(std::string_view reading);
-// words(reading) appended to out, in the same order, from one search per
-// file; returns whether some longer reading begins with this one, so that a
-// caller trying ever longer readings knows when to stop.
-bool appendWords(std::string_view reading, std::vector<Word>& out);
 int64_t connectionCost(int64_t from, int64_t to);
 bool isAttached(int64_t id);
 bool isPrefix(int64_t id);
 bool isSuffix(int64_t id);
+
+// The converter's fast path to the same answers. A conversion asks
+// thousands of questions; these spare it a Word, two strings and a trip
+// through the statics for each.
+
+// One word of words(reading) before it becomes a Word: the surface as the
+// file spells it, still to be decoded when it is not valid UTF-8. It points
+// into what the last reload loaded and is valid until the next one.
+struct WordEntry {
+  std::string_view surface;
+  int64_t leftID = 0;
+  int64_t rightID = 0;
+  int64_t cost = 0;
+};
+
+// A callable taking const WordEntry&, passed without copying or allocating.
+class EntryVisitor {
+ public:
+  template <class F>
+  EntryVisitor(F& f)  // NOLINT: made from any callable, as a function would take it
+      : object_(&f), call_([](void* o, const WordEntry& e) { (*static_cast<F*>(o))(e); }) {}
+  void operator()(const WordEntry& e) const { call_(object_, e); }
+
+ private:
+  void* object_;
+  void (*call_)(void*, const WordEntry&);
+};
+
+// Visits the words of words(reading), in the same order; returns whether
+// some longer reading begins with this one, so that a caller trying ever
+// longer readings knows when to stop.
+bool forEachWord(std::string_view reading, EntryVisitor visit);
+
+// The loaded tables themselves, for lookups on the innermost loops; valid
+// until the next reload.
+const ConnectionTable& connectionTable();
+const PartOfSpeechTable& partOfSpeechTable();
 
 void reloadIfNeeded();
 void preload();

@@ -81,7 +81,7 @@ TEST(KanaDictionaryTest, WordListsAreMainThenExtrasByNameFixedAtFirstUse) {
 
 // A search that lengthens a reading stops when nothing longer can match, so
 // "longer" must be true whenever any source has a longer reading.
-TEST(KanaDictionaryTest, AppendWordsTellsWhetherALongerReadingExists) {
+TEST(KanaDictionaryTest, ForEachWordVisitsTheWordsAndTellsWhetherALongerReadingExists) {
   Environment env;
   env.writeWords({{"かな", 1, 1, 10, "仮名"}, {"かなり", 2, 2, 20, "可也"}});
   env.writeWords({{"きょうと", 3, 3, 30, "京都"}}, "ut-x.tsv");
@@ -94,7 +94,10 @@ TEST(KanaDictionaryTest, AppendWordsTellsWhetherALongerReadingExists) {
   };
   for (const auto& c : cases) {
     std::vector<Word> out;
-    EXPECT_EQ(KanaDictionary::appendWords(c.reading, out), c.longer) << c.reading;
+    auto add = [&](const KanaDictionary::WordEntry& e) {
+      out.push_back({c.reading, std::string(e.surface), e.leftID, e.rightID, e.cost});
+    };
+    EXPECT_EQ(KanaDictionary::forEachWord(c.reading, add), c.longer) << c.reading;
     EXPECT_EQ(out.size(), c.words) << c.reading;
     EXPECT_EQ(out, KanaDictionary::words(c.reading)) << c.reading;
   }
