@@ -120,6 +120,16 @@ TEST_F(ConverterTest, UnknownTextFallsBackToItself) {
   }
 }
 
+TEST_F(ConverterTest, SurfacesThatAreNotUTF8AreDecodedOnThePath) {
+  // Bytes that are no UTF-8 are never hiragana: no penalty on 100.
+  env.writeWords({{"か", 10, 10, 100, "\xff\xe3\x81"}, {"かか", 10, 10, 900, "\xe3\x81\x8b\xe3"}});
+  const auto nodes = path("かか");
+  EXPECT_EQ(shape(nodes), (Strings{"\uFFFD\uFFFD@0-1", "\uFFFD\uFFFD@1-2"}));
+  EXPECT_EQ(totals(nodes), (Totals{100, 200}));
+  EXPECT_EQ(nodes.back().word.reading, "か");
+  EXPECT_EQ(nodes.back().previous, std::optional<int64_t>(0));
+}
+
 TEST_F(ConverterTest, LearnedBoundaryKeepsWordsFromStraddlingItExceptInASizedFirstClause) {
   env.writeWords({{"あいうえ", 10, 10, 100, "亜伊宇絵"}, {"あい", 10, 10, 3000, "愛"}, {"うえ", 10, 10, 3000, "上"},
                   {"いう", 10, 10, 10, "言う"}});
