@@ -1,8 +1,5 @@
 #include "dictionary/dictionary_file.h"
 
-#include <unicode/normalizer2.h>
-#include <unicode/stringpiece.h>
-
 #include <algorithm>
 #include <chrono>
 #include <cstring>
@@ -11,20 +8,6 @@
 #include "text/text.h"
 
 namespace orvane {
-namespace {
-
-// ICU's check answers without allocating, which keeps the common case (a
-// reading that is already NFC, as everything the composer makes is) free of
-// a normalisation per lookup.
-bool isNFC(std::string_view s) {
-  UErrorCode status = U_ZERO_ERROR;
-  const auto* nfc = icu::Normalizer2::getNFCInstance(status);
-  if (U_FAILURE(status)) return false;
-  bool result = nfc->isNormalizedUTF8(icu::StringPiece(s.data(), static_cast<int32_t>(s.size())), status);
-  return U_SUCCESS(status) && result;
-}
-
-}  // namespace
 
 DictionaryFile::Index DictionaryFile::buildIndex(std::string_view bytes) {
   Index index;
@@ -40,7 +23,7 @@ DictionaryFile::Index DictionaryFile::buildIndex(std::string_view bytes) {
       while (p < c && bytes[p] != '\t' && bytes[p] != ' ') ++p;
       if (p < c && p > s) {
         std::string key = text::decodeLossy(bytes.substr(s, p - s));
-        if (!isNFC(key)) key = text::nfc(key);
+        if (!text::isNFC(key)) key = text::nfc(key);
         index[std::move(key)].push_back({p + 1, c});
       }
     }
@@ -79,7 +62,7 @@ void DictionaryFile::reloadIfNeeded() {
 
 const std::vector<DictionaryFile::ByteRange>* DictionaryFile::find(std::string_view reading) const {
   if (index_.empty()) return nullptr;
-  if (text::isValidUTF8(reading) && isNFC(reading)) {
+  if (text::isNFC(reading)) {
     auto it = index_.find(reading);
     return it == index_.end() ? nullptr : &it->second;
   }
@@ -91,7 +74,7 @@ const std::vector<DictionaryFile::ByteRange>* DictionaryFile::find(std::string_v
 bool DictionaryFile::hasLongerReading(std::string_view reading) const {
   if (sortedKeys_.empty()) return false;
   std::string normalized;
-  if (!text::isValidUTF8(reading) || !isNFC(reading)) {
+  if (!text::isNFC(reading)) {
     normalized = text::nfc(text::decodeLossy(reading));
     reading = normalized;
   }

@@ -237,7 +237,47 @@ std::string join(const Characters& chars, std::size_t begin, std::size_t end) {
 
 std::string join(const Characters& chars) { return join(chars, 0, chars.size()); }
 
+namespace {
+
+// Scalars whose NFC quick check is Yes with canonical class 0: a string of
+// them is NFC whatever their order. Text below the combining marks, kana
+// without the combining voiced marks, ideographs and full-width forms.
+bool isStableInNFC(UChar32 c) {
+  return c < 0x300 || (c >= 0x3041 && c <= 0x3096) || (c >= 0x309B && c <= 0x30FF) || (c >= 0x4E00 && c <= 0x9FFF) ||
+         (c >= 0xFF01 && c <= 0xFF5E);
+}
+
+// Valid UTF-8 of stable scalars only.
+bool isPlainlyNFC(std::string_view s) {
+  const auto* p = reinterpret_cast<const uint8_t*>(s.data());
+  const auto n = static_cast<int32_t>(s.size());
+  for (int32_t i = 0; i < n;) {
+    if (p[i] < 0x80) {
+      ++i;
+      continue;
+    }
+    UChar32 c;
+    U8_NEXT(p, i, n, c);
+    if (c < 0 || !isStableInNFC(c)) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+bool isNFC(std::string_view s) {
+  if (isPlainlyNFC(s)) return true;
+  if (!isValidUTF8(s)) return false;
+  const auto* normalizer = nfcInstance();
+  if (!normalizer) return false;
+  UErrorCode status = U_ZERO_ERROR;
+  const bool result = normalizer->isNormalizedUTF8(icu::StringPiece(s.data(), static_cast<int32_t>(s.size())), status);
+  return U_SUCCESS(status) && result;
+}
+
 std::string nfc(std::string_view s) {
+  // Kana and ASCII, what the composer makes, need no trip through UTF-16.
+  if (isPlainlyNFC(s)) return std::string(s);
   const auto* normalizer = nfcInstance();
   if (!normalizer) return std::string(s);
   UErrorCode status = U_ZERO_ERROR;

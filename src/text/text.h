@@ -24,6 +24,8 @@ std::string join(const Characters& chars);
 
 // Canonical equivalence: equality of the NFC forms.
 std::string nfc(std::string_view s);
+// Whether s is valid UTF-8 already in NFC.
+bool isNFC(std::string_view s);
 bool canonicallyEqual(std::string_view a, std::string_view b);
 
 // Default, locale-independent full case mappings.

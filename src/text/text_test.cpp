@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <unicode/brkiter.h>
+#include <unicode/normalizer2.h>
 #include <unicode/translit.h>
 #include <unicode/uchar.h>
 
@@ -108,9 +109,10 @@ std::vector<std::string> alphabet() {
     for (char32_t c = from; c <= to; ++c) out.push_back(fromScalar(c));
   };
   add(0x20, 0x7E);
+  add(0x2F0, 0x36F);
   add(0x3000, 0x30FF);
   add(0xFF01, 0xFF9F);
-  for (const char* extra : {"漢", "字", "\u3099", "\u309A", "\uFF9E", "\u0301", "\u200D", "😀", "🇯", "🇵", "\r", "\n",
+  for (const char* extra : {"漢", "字", "\u9FFF", "\uA000", "\u4DFF", "\uF900", "\u2000", "\u212B", "\u00C5", "\u3099", "\u309A", "\uFF9E", "\u0301", "\u200D", "😀", "🇯", "🇵", "\r", "\n",
                             "\u1100", "\u1161", "\uAC00", "\u0E33", "\u0600", "é", "ß", "İ"})
     out.emplace_back(extra);
   return out;
@@ -125,11 +127,17 @@ TEST(Text, ShortcutsMatchICU) {
     for (int length = 1 + static_cast<int>(random() % 6); length > 0; --length) s += letters[random() % letters.size()];
     samples.push_back(std::move(s));
   }
+  UErrorCode status = U_ZERO_ERROR;
   for (const auto& s : samples) {
     EXPECT_EQ(hiraganaToKatakana(s), icuTransliterated("Hiragana-Katakana", UTRANS_FORWARD, s)) << s;
     EXPECT_EQ(fullwidthToHalfwidth(s), icuTransliterated("Fullwidth-Halfwidth", UTRANS_FORWARD, s)) << s;
     EXPECT_EQ(halfwidthToFullwidth(s), icuTransliterated("Fullwidth-Halfwidth", UTRANS_REVERSE, s)) << s;
     EXPECT_EQ(characters(s), icuCharacters(s)) << s;
+    std::string normalized;
+    EXPECT_EQ(nfc(s), icu::Normalizer2::getNFCInstance(status)->normalize(icu::UnicodeString::fromUTF8(s), status)
+                          .toUTF8String(normalized))
+        << s;
+    EXPECT_EQ(isNFC(s), nfc(s) == s) << s;
     std::string upper, lower;
     EXPECT_EQ(uppercased(s), icu::UnicodeString::fromUTF8(s).toUpper(icu::Locale::getRoot()).toUTF8String(upper)) << s;
     EXPECT_EQ(lowercased(s), icu::UnicodeString::fromUTF8(s).toLower(icu::Locale::getRoot()).toUTF8String(lower)) << s;
