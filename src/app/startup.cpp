@@ -62,6 +62,9 @@ int startAndServe(std::istream& in, std::ostream& out) {
   KanaDictionary::preload();
   Learning::reloadIfNeeded();
 
+  // Whatever a request wrote goes out when the next one is awaited: one
+  // write for all its lines, not one per line.
+  in.tie(&out);
   server.serve(in);
   return 0;
 }

@@ -88,12 +88,30 @@ bool isContentWord(const PartOfSpeechTable& classes, int64_t leftID) {
   return !classes.isAttached(leftID) && !classes.isPrefix(leftID);
 }
 
+// What the costs need to know of a surface, from one pass over its scalars.
+struct SurfaceKind {
+  bool hiragana = true;
+  bool katakana = true;
+};
+
+SurfaceKind kindOf(std::string_view surface) {
+  SurfaceKind kind;
+  std::size_t pos = 0;
+  while (pos < surface.size() && (kind.hiragana || kind.katakana)) {
+    const char32_t c = nextScalar(surface, pos);
+    kind.hiragana = kind.hiragana && ((c >= 0x3041 && c <= 0x309F) || c == 0x30FC);
+    kind.katakana = kind.katakana && c >= 0x30A0 && c <= 0x30FF;
+  }
+  return kind;
+}
+
 // The penalty that both the search and the candidates' scores give a
 // content word written all in hiragana or all in katakana.
 int64_t kanaContentPenalty(const PartOfSpeechTable& classes, int64_t leftID, std::string_view surface) {
   if (!isContentWord(classes, leftID)) return 0;
-  if (isHiragana(surface)) return hiraganaContentPenalty;
-  if (isKatakana(surface)) return katakanaContentPenalty;
+  const SurfaceKind kind = kindOf(surface);
+  if (kind.hiragana) return hiraganaContentPenalty;
+  if (kind.katakana) return katakanaContentPenalty;
   return 0;
 }
 

@@ -10,13 +10,11 @@ void ProtocolWriter::write(const Json& line) {
   std::string text = line.dump(-1, ' ', false, Json::error_handler_t::replace);
   text += '\n';
   out_.write(text.data(), static_cast<std::streamsize>(text.size()));
-  out_.flush();
 }
 
 void ProtocolWriter::writeLine(std::string_view json) {
   out_.write(json.data(), static_cast<std::streamsize>(json.size()));
   out_.put('\n');
-  out_.flush();
 }
 
 int64_t protocolLocation(int64_t location) { return location == NSNotFound ? -1 : location; }

@@ -1,6 +1,9 @@
-// The output side of the session protocol: one JSON object per line, written
-// whole and flushed at once so that a client reading line by line never
-// waits on a buffer.
+// The output side of the session protocol: one JSON object per line, each
+// written whole. The stream is flushed when the program next waits for its
+// input (the serving loop ties its input to this output), so that the lines
+// a request causes reach the client in one write and one wake-up instead of
+// one for every line, and a client reading line by line still never waits on
+// a buffer.
 #pragma once
 
 #include <cstdint>
