@@ -1,6 +1,9 @@
 #include "platform/protocol_io.h"
 
+#include <charconv>
 #include <string>
+
+#include "text/text.h"
 
 namespace orvane::platform {
 
@@ -21,6 +24,46 @@ int64_t protocolLocation(int64_t location) { return location == NSNotFound ? -1 
 
 Json protocolRange(TextRange range) {
   return Json::array({protocolLocation(range.location), range.length});
+}
+
+bool appendJSONString(std::string& out, std::string_view s) {
+  if (!text::isValidUTF8(s)) return false;
+  static constexpr char hex[] = "0123456789abcdef";
+  out += '"';
+  for (char c : s) {
+    switch (c) {
+      case '"': out += "\\\""; break;
+      case '\\': out += "\\\\"; break;
+      case '\b': out += "\\b"; break;
+      case '\f': out += "\\f"; break;
+      case '\n': out += "\\n"; break;
+      case '\r': out += "\\r"; break;
+      case '\t': out += "\\t"; break;
+      default:
+        if (static_cast<unsigned char>(c) < 0x20) {
+          out += "\\u00";
+          out += hex[static_cast<unsigned char>(c) >> 4];
+          out += hex[static_cast<unsigned char>(c) & 0xF];
+        } else {
+          out += c;
+        }
+    }
+  }
+  out += '"';
+  return true;
+}
+
+void appendJSONNumber(std::string& out, int64_t value) {
+  char buffer[24];
+  out.append(buffer, std::to_chars(buffer, buffer + sizeof buffer, value).ptr);
+}
+
+void appendProtocolRange(std::string& out, TextRange range) {
+  out += '[';
+  appendJSONNumber(out, protocolLocation(range.location));
+  out += ',';
+  appendJSONNumber(out, range.length);
+  out += ']';
 }
 
 }  // namespace orvane::platform

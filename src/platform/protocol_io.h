@@ -8,6 +8,8 @@
 
 #include <cstdint>
 #include <ostream>
+#include <string>
+#include <string_view>
 
 #include <nlohmann/json.hpp>
 
@@ -35,5 +37,14 @@ class ProtocolWriter {
 // A location as the protocol writes it: NSNotFound becomes -1.
 int64_t protocolLocation(int64_t location);
 Json protocolRange(TextRange range);
+
+// The lines of every keystroke (log lines, marked text, candidate rows) are
+// written field by field rather than through a JSON tree, exactly as the
+// tree's writer spells them. Each returns false, having written part of the
+// line, when a string is not valid UTF-8: the caller then writes the line
+// through a tree, whose writer replaces what is not UTF-8.
+bool appendJSONString(std::string& out, std::string_view s);
+void appendJSONNumber(std::string& out, int64_t value);
+void appendProtocolRange(std::string& out, TextRange range);
 
 }  // namespace orvane::platform

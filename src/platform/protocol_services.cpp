@@ -6,7 +6,6 @@
 
 #include "platform/bundle.h"
 #include "platform/process.h"
-#include "text/text.h"
 
 namespace orvane::platform {
 namespace fs = std::filesystem;
@@ -55,47 +54,20 @@ void ProtocolAboutPanel::show(const std::optional<std::string>& credits) {
   writer_.write(Json{{"about", Json{{"credits", credits ? Json(*credits) : Json(nullptr)}}}});
 }
 
-void appendJSONString(std::string& out, std::string_view s) {
-  static constexpr char hex[] = "0123456789abcdef";
-  out += '"';
-  for (char c : s) {
-    switch (c) {
-      case '"': out += "\\\""; break;
-      case '\\': out += "\\\\"; break;
-      case '\b': out += "\\b"; break;
-      case '\f': out += "\\f"; break;
-      case '\n': out += "\\n"; break;
-      case '\r': out += "\\r"; break;
-      case '\t': out += "\\t"; break;
-      default:
-        if (static_cast<unsigned char>(c) < 0x20) {
-          out += "\\u00";
-          out += hex[static_cast<unsigned char>(c) >> 4];
-          out += hex[static_cast<unsigned char>(c) & 0xF];
-        } else {
-          out += c;
-        }
-    }
-  }
-  out += '"';
-}
-
 void ProtocolLogSink::write(std::string_view category, Log::Level level, std::string_view message) {
   const char* levelName = level == Log::Level::error ? "error" : "default";
-  // A log line per key: written directly instead of through a JSON tree.
-  // Invalid UTF-8 takes the tree's way, which replaces it as every line does.
-  if (!text::isValidUTF8(category) || !text::isValidUTF8(message)) {
-    writer_.write(Json{{"log", std::string(category)}, {"level", levelName}, {"message", std::string(message)}});
-    return;
-  }
   line_.assign("{\"log\":");
-  appendJSONString(line_, category);
+  bool valid = appendJSONString(line_, category);
   line_ += ",\"level\":\"";
   line_ += levelName;
   line_ += "\",\"message\":";
-  appendJSONString(line_, message);
+  valid = valid && appendJSONString(line_, message);
   line_ += '}';
-  writer_.writeLine(line_);
+  if (valid) {
+    writer_.writeLine(line_);
+  } else {
+    writer_.write(Json{{"log", std::string(category)}, {"level", levelName}, {"message", std::string(message)}});
+  }
 }
 
 }  // namespace orvane::platform

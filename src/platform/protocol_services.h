@@ -60,11 +60,6 @@ class ProtocolLogSink final : public Log::Sink {
   std::string line_;
 };
 
-// Appends s as a JSON string exactly as the protocol's JSON writer spells
-// valid UTF-8: the short escapes, \u00XX for other control characters,
-// everything else as it is.
-void appendJSONString(std::string& out, std::string_view s);
-
 // The program inside an application bundle: Contents/MacOS/<CFBundleExecutable>,
 // or the only file in Contents/MacOS when the property list names none.
 std::optional<std::filesystem::path> applicationExecutable(const std::filesystem::path& application);

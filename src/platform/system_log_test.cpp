@@ -6,10 +6,8 @@
 #include <chrono>
 #include <cstring>
 #include <regex>
-#include <sstream>
 
 #include "app/log.h"
-#include "platform/protocol_services.h"
 #include "platform/system_log.h"
 #include "testing/environment.h"
 
@@ -119,31 +117,6 @@ TEST(SystemLogSinkTest, WantsNothingWithoutADaemon) {
   EXPECT_TRUE(connected->wants(Log::Level::defaultLevel));
   connected->write("imk", Log::Level::defaultLevel, "hello");
   EXPECT_TRUE(std::regex_match(daemon.receive(), syslogLine));
-}
-
-// The sink writes its lines itself; they must read exactly as the JSON
-// writer's, invalid UTF-8 included.
-TEST(ProtocolLogSinkTest, WritesWhatTheJSONWriterWrites) {
-  const std::string_view messages[] = {
-      "keyDown: code=0 chars=a -> consumed",
-      "setMarkedText: 漢字😀",
-      "quote \" backslash \\ slash / tab \t newline \n return \r",
-      std::string_view("\x00\x01\x08\x0b\x0c\x1f\x7f end", 11),
-      "invalid \xff\xfe bytes",
-      "cut \xe3\x81",
-      "",
-  };
-  for (auto message : messages) {
-    for (auto level : {Log::Level::defaultLevel, Log::Level::error}) {
-      std::ostringstream direct, tree;
-      ProtocolWriter directWriter(direct), treeWriter(tree);
-      ProtocolLogSink(directWriter).write("imk", level, message);
-      treeWriter.write(Json{{"log", "imk"},
-                            {"level", level == Log::Level::error ? "error" : "default"},
-                            {"message", std::string(message)}});
-      EXPECT_EQ(direct.str(), tree.str()) << message;
-    }
-  }
 }
 
 }  // namespace
