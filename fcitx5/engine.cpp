@@ -139,9 +139,21 @@ OrvaneEngine::OrvaneEngine(fcitx::Instance& instance)
   modeMenu_.addAction(&directAction_);
   modeAction_.setMenu(&modeMenu_);
   instance_.inputContextManager().registerProperty(std::string(propertyName), &factory_);
+  // A context can go while it converts (its window closed) without losing
+  // focus first; what it held goes to the application as on leaving it.
+  destroyWatcher_ = instance_.watchEvent(
+      fcitx::EventType::InputContextDestroyed, fcitx::EventWatcherPhase::PreInputMethod, [this](fcitx::Event& event) {
+        auto& ic = *static_cast<fcitx::InputContextEvent&>(event).inputContext();
+        auto& s = state(ic);
+        s.client().setClosing();
+        panel_->forget(&ic);
+        if (auto* controller = s.existingController(); controller && !controller->composer().isEmpty())
+          controller->deactivateServer(&s.client());
+      });
 }
 
 OrvaneEngine::~OrvaneEngine() {
+  destroyWatcher_.reset();
   // The controllers go before the panel they may be showing.
   factory_.unregister();
   setCandidatesWindow(nullptr);

@@ -103,6 +103,7 @@ class OrvaneEngine final : public fcitx::InputMethodEngineV2 {
   fcitx::Menu modeMenu_;
   std::vector<std::unique_ptr<EngineAction>> menuActions_;
   std::optional<InputController::InputMode> shownMode_;
+  std::unique_ptr<fcitx::HandlerTableEntry<fcitx::EventHandler>> destroyWatcher_;
 
   // Last, so that the states and their controllers go first.
   fcitx::FactoryFor<ContextState> factory_;

@@ -5,10 +5,14 @@
 namespace orvane::fcitx5 {
 namespace {
 
+// Fcitx5 commits the preedit itself when a context loses focus, unless told
+// not to; the controller commits on deactivation (and learns from it), so
+// no span is Fcitx5's to commit.
 fcitx::TextFormatFlags formatFor(int style) {
   using fcitx::TextFormatFlag;
-  if (style == platform::MarkStyle::selectedConverted) return {TextFormatFlag::Underline, TextFormatFlag::HighLight};
-  return TextFormatFlag::Underline;
+  if (style == platform::MarkStyle::selectedConverted)
+    return {TextFormatFlag::Underline, TextFormatFlag::HighLight, TextFormatFlag::DontCommit};
+  return {TextFormatFlag::Underline, TextFormatFlag::DontCommit};
 }
 
 // The byte offset of a UTF-16 position in UTF-8 text, clamped to its end.
@@ -59,6 +63,7 @@ void FcitxClient::insertText(std::string_view text, platform::TextRange /*replac
 }
 
 void FcitxClient::showPreedit(const fcitx::Text& preedit) {
+  if (closing_) return;
   auto& panel = inputContext_.inputPanel();
   // An application that draws no preedit of its own gets it in Fcitx5's panel.
   if (inputContext_.capabilityFlags().test(fcitx::CapabilityFlag::Preedit)) {

@@ -27,11 +27,15 @@ class FcitxClient final : public platform::Client {
   void selectInputMode(std::string_view) override {}
 
   fcitx::InputContext& inputContext() const { return inputContext_; }
+  // The context is being destroyed: text still goes out, but nothing may
+  // ask Fcitx5 to redraw it later.
+  void setClosing() { closing_ = true; }
 
  private:
   void showPreedit(const fcitx::Text& preedit);
 
   fcitx::InputContext& inputContext_;
+  bool closing_ = false;
 };
 
 }  // namespace orvane::fcitx5

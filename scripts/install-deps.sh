@@ -8,6 +8,7 @@ packages=(
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   libicu-dev libharfbuzz-dev libfreetype-dev libfontconfig-dev libplist-dev nlohmann-json3-dev
   fonts-noto-color-emoji
+  fcitx5 fcitx5-modules fcitx5-modules-dev libfcitx5core-dev dbus-daemon dbus-bin
 )
 if [ "${1:-}" = "--data" ]; then
   # Dictionary sources for the data builder.

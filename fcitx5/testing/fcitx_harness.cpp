@@ -6,6 +6,8 @@
 
 #include <testfrontend_public.h>
 
+#include <gtest/gtest.h>
+
 #include <cstdlib>
 
 namespace orvane::fcitx5::testing {
@@ -44,16 +46,30 @@ fs::path makeBundle(const fs::path& root, const fs::path* mozc) {
 }
 
 FcitxHarness& FcitxHarness::shared() {
-  static FcitxHarness harness;
-  return harness;
+  static FcitxHarness* harness = [] {
+    auto* h = new FcitxHarness();
+    struct Stop final : ::testing::Environment {
+      explicit Stop(FcitxHarness& h) : h_(h) {}
+      void TearDown() override { h_.stop(); }
+      FcitxHarness& h_;
+    };
+    ::testing::AddGlobalTestEnvironment(new Stop(*h));
+    return h;
+  }();
+  return *harness;
 }
 
-FcitxHarness::FcitxHarness()
-    : env_(std::make_unique<orvane::testing::Environment>()), log_(std::make_unique<Log::ScopedCapture>()) {
-  writeTestDictionary(*env_);
-  const auto mozc = env_->mozcDirectory();
-  const auto bundle = makeBundle(env_->root(), &mozc);
-  const auto home = env_->root() / "home";
+void FcitxHarness::stop() {
+  commitWatcher_.reset();
+  instance_.reset();
+}
+
+FcitxHarness::FcitxHarness() : log_(std::make_unique<Log::ScopedCapture>()) {
+  clear();
+  // The dictionary and the learning stores are the environment's; the
+  // bundle only has to be there.
+  const auto bundle = makeBundle(root_.path(), nullptr);
+  const auto home = root_.path() / "home";
   ::setenv("ORVANE_BUNDLE", bundle.c_str(), 1);
   ::setenv("XDG_DATA_HOME", (home / "data").c_str(), 1);
   ::setenv("XDG_CONFIG_HOME", (home / "config").c_str(), 1);
@@ -123,6 +139,9 @@ void FcitxHarness::type(fcitx::InputContext* ic, std::string_view keys) {
 std::vector<FcitxHarness::Commit> FcitxHarness::takeCommits() { return std::exchange(commits_, {}); }
 
 void FcitxHarness::clear() {
+  env_.reset();
+  env_ = std::make_unique<orvane::testing::Environment>();
+  writeTestDictionary(*env_);
   InputController::setInputMode(InputController::InputMode::kana);
   commits_.clear();
   (**log_).lines.clear();

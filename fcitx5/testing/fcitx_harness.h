@@ -33,8 +33,10 @@ std::filesystem::path makeBundle(const std::filesystem::path& root, const std::f
 
 class FcitxHarness {
  public:
-  // One per process: Fcitx5 instances are not made to come and go.
+  // One per process: Fcitx5 instances are not made to come and go. It stops
+  // when the tests end, before the process's statics go.
   static FcitxHarness& shared();
+  void stop();
 
   fcitx::Instance& instance() { return *instance_; }
   OrvaneEngine& engine();
@@ -61,12 +63,14 @@ class FcitxHarness {
   };
   std::vector<Commit> takeCommits();
 
-  // Back to kana mode, no commits recorded, an empty log.
+  // Fresh dictionary and learning stores, kana mode, no commits recorded,
+  // an empty log.
   void clear();
 
  private:
   FcitxHarness();
 
+  orvane::testing::TempDir root_;
   std::unique_ptr<orvane::testing::Environment> env_;
   std::unique_ptr<Log::ScopedCapture> log_;
   fcitx::StaticAddonRegistry registry_;
