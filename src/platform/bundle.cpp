@@ -34,7 +34,11 @@ std::filesystem::path findMainBundle() {
   auto dir = exe.parent_path();
   if (dir.filename() == "MacOS" && dir.parent_path().filename() == "Contents")
     return dir.parent_path().parent_path();
-  // Tools built beside the bundle use it as their own.
+  // Tools installed in <prefix>/bin use <prefix>/lib/orvane's bundle; tools
+  // built beside the bundle use it as their own.
+  auto installed = dir.parent_path() / "lib" / "orvane" / "Orvane IME.app";
+  std::error_code ec;
+  if (dir.filename() == "bin" && std::filesystem::is_directory(installed, ec)) return installed;
   return dir.parent_path() / "Orvane IME.app";
 }
 
