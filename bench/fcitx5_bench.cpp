@@ -37,7 +37,7 @@ fs::path mozcDirectory() {
 // The harness's Fcitx5 with the real data when it is built (the small test
 // dictionary otherwise), and one focused input context.
 struct Fixture {
-  Fixture() : fcitx(FcitxHarness::shared()) {
+  Fixture() : fcitx(FcitxHarness::shared({.quiet = true})) {
     std::error_code ec;
     real = fs::exists(mozcDirectory() / KanaDictionary::connectionFileName, ec);
     if (real) {

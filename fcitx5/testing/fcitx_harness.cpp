@@ -1,5 +1,6 @@
 #include "fcitx_harness.h"
 
+#include <fcitx-utils/log.h>
 #include <fcitx/addonmanager.h>
 #include <fcitx/inputmethodgroup.h>
 #include <fcitx/inputmethodmanager.h>
@@ -45,9 +46,9 @@ fs::path makeBundle(const fs::path& root, const fs::path* mozc) {
   return bundle;
 }
 
-FcitxHarness& FcitxHarness::shared() {
-  static FcitxHarness* harness = [] {
-    auto* h = new FcitxHarness();
+FcitxHarness& FcitxHarness::shared(Options options) {
+  static FcitxHarness* harness = [&] {
+    auto* h = new FcitxHarness(options);
     struct Stop final : ::testing::Environment {
       explicit Stop(FcitxHarness& h) : h_(h) {}
       void TearDown() override { h_.stop(); }
@@ -64,7 +65,8 @@ void FcitxHarness::stop() {
   instance_.reset();
 }
 
-FcitxHarness::FcitxHarness() : log_(std::make_unique<Log::ScopedCapture>()) {
+FcitxHarness::FcitxHarness(Options options)
+    : log_(options.quiet ? nullptr : std::make_unique<Log::ScopedCapture>()) {
   clear();
   // The dictionary and the learning stores are the environment's; the
   // bundle only has to be there.
@@ -82,8 +84,11 @@ FcitxHarness::FcitxHarness() : log_(std::make_unique<Log::ScopedCapture>()) {
   char arg0[] = "fcitx5";
   char arg1[] = "--disable=all";
   char arg2[] = "--enable=testfrontend,testui,orvane";
-  char* argv[] = {arg0, arg1, arg2};
+  char quietArg2[] = "--enable=testfrontend,orvane";
+  char* argv[] = {arg0, arg1, options.quiet ? quietArg2 : arg2};
   instance_ = std::make_unique<fcitx::Instance>(3, argv);
+  // The test front-end logs every preedit and commit; a real one sends them.
+  if (options.quiet) fcitx::Log::setLogRule("*=1");
   instance_->addonManager().registerDefaultLoader(&registry_);
   instance_->initialize();
 
@@ -144,7 +149,7 @@ void FcitxHarness::clear() {
   writeTestDictionary(*env_);
   InputController::setInputMode(InputController::InputMode::kana);
   commits_.clear();
-  (**log_).lines.clear();
+  if (log_) (**log_).lines.clear();
 }
 
 }  // namespace orvane::fcitx5::testing

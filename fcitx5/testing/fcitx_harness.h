@@ -33,9 +33,16 @@ std::filesystem::path makeBundle(const std::filesystem::path& root, const std::f
 
 class FcitxHarness {
  public:
-  // One per process: Fcitx5 instances are not made to come and go. It stops
-  // when the tests end, before the process's statics go.
-  static FcitxHarness& shared();
+  // quiet: no test UI printing every panel update and no log capture, for
+  // benchmarks (a desktop UI draws later, from the event loop).
+  struct Options {
+    bool quiet = false;
+  };
+  // One per process: Fcitx5 instances are not made to come and go; the first
+  // call's options hold. It stops when the tests end, before the process's
+  // statics go.
+  static FcitxHarness& shared(Options options);
+  static FcitxHarness& shared() { return shared(Options{}); }
   void stop();
 
   fcitx::Instance& instance() { return *instance_; }
@@ -68,7 +75,7 @@ class FcitxHarness {
   void clear();
 
  private:
-  FcitxHarness();
+  explicit FcitxHarness(Options options);
 
   orvane::testing::TempDir root_;
   std::unique_ptr<orvane::testing::Environment> env_;
