@@ -8,6 +8,9 @@ packages=(
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   libicu-dev libharfbuzz-dev libfreetype-dev libfontconfig-dev libplist-dev nlohmann-json3-dev
   fonts-noto-color-emoji
+  fcitx5 fcitx5-modules fcitx5-modules-dev libfcitx5core-dev dbus-daemon dbus-bin
+  # sd-bus and sd-event: the engine's exit hook and the DBus test's client.
+  libsystemd-dev
 )
 if [ "${1:-}" = "--data" ]; then
   # Dictionary sources for the data builder.
