@@ -1,5 +1,6 @@
 #include "dictionary/sorted_dictionary_file.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "app/log.h"
@@ -31,6 +32,9 @@ std::size_t SortedDictionaryFile::lowerBound(std::string_view d, std::string_vie
   const auto* bytes = reinterpret_cast<const unsigned char*>(d.data());
   const auto* keyBytes = reinterpret_cast<const unsigned char*>(key.data());
   constexpr unsigned char tab = '\t';
+  // Readings hold no TAB, and then the bytes they share with a line compare
+  // as memcmp compares them; only a key with a TAB needs the byte loop.
+  const bool plainKey = k == 0 || std::memchr(keyBytes, tab, k) == nullptr;
   std::size_t lo = 0;
   std::size_t hi = n;
   while (lo < hi) {
@@ -40,7 +44,18 @@ std::size_t SortedDictionaryFile::lowerBound(std::string_view d, std::string_vie
     const std::size_t t = before ? static_cast<std::size_t>(static_cast<const unsigned char*>(before) - bytes) + 1 : 0;
     // Compare the line at t with key + TAB; bytes past the end read as TAB.
     bool greaterOrEqual = false;
-    for (std::size_t i = 0;; ++i) {
+    if (plainKey) {
+      const std::size_t shared = std::min(k, n - t);
+      const int order = shared == 0 ? 0 : std::memcmp(bytes + t, keyBytes, shared);
+      if (order != 0) {
+        greaterOrEqual = order > 0;
+      } else if (shared < k) {
+        greaterOrEqual = tab > keyBytes[shared];
+      } else {
+        greaterOrEqual = (t + k < n ? bytes[t + k] : tab) >= tab;
+      }
+    }
+    for (std::size_t i = 0; !plainKey; ++i) {
       const unsigned char b = t + i < n ? bytes[t + i] : tab;
       if (i < k) {
         if (b != keyBytes[i]) {

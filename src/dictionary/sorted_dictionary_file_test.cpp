@@ -4,9 +4,11 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <random>
 
 #include "app/log.h"
 #include "testing/environment.h"
+#include "text/text.h"
 
 namespace orvane {
 namespace {
@@ -52,6 +54,74 @@ TEST(SortedDictionaryFileTest, FindsEveryReadingOfALargerFile) {
   for (const auto& l : lines) content += l + "\n";
   for (int i = 0; i < 300; ++i) EXPECT_EQ(linesIn(content, reading(i)).size(), static_cast<std::size_t>(i % 4)) << i;
   EXPECT_TRUE(linesIn(content, "r").empty());
+}
+
+// The search as the format describes it, byte by byte, to hold the fast
+// comparisons to: keys and lines with TABs, bytes below TAB, prefixes of
+// each other, files sorted or not.
+Values referenceLines(std::string_view d, std::string_view key) {
+  const std::size_t n = d.size(), k = key.size();
+  auto at = [&](std::size_t i) -> unsigned char { return i < n ? static_cast<unsigned char>(d[i]) : '\t'; };
+  std::size_t lo = 0, hi = n;
+  while (lo < hi) {
+    std::size_t m = (lo + hi) / 2, t = m;
+    while (t >= 1 && d[t - 1] != '\n') --t;
+    bool greaterOrEqual = false;
+    for (std::size_t i = 0;; ++i) {
+      const unsigned char b = at(t + i);
+      if (i == k) {
+        greaterOrEqual = b >= '\t';
+        break;
+      }
+      const auto c = static_cast<unsigned char>(key[i]);
+      if (b != c) {
+        greaterOrEqual = b > c;
+        break;
+      }
+      if (b == '\t') {
+        greaterOrEqual = true;
+        break;
+      }
+    }
+    if (greaterOrEqual) {
+      hi = t;
+    } else {
+      const auto lf = d.find('\n', t);
+      lo = lf == std::string_view::npos ? n + 1 : lf + 1;
+    }
+  }
+  Values out;
+  for (std::size_t p = lo; p < n;) {
+    if (d.substr(p, k) != key || (p + k < n && d[p + k] != '\t') || p + k >= n) break;
+    auto e = d.find('\n', p);
+    if (e == std::string_view::npos) e = n;
+    out.push_back(text::decodeLossy(d.substr(p + k + 1, e - (p + k + 1))));
+    p = e + 1;
+  }
+  return out;
+}
+
+TEST(SortedDictionaryFileTest, SearchesAsTheFormatDescribes) {
+  const std::string pieces[] = {"か", "かな", "a", "\t", "\x01", "\x7f", "\xff", "b", ""};
+  std::mt19937 random(15);
+  auto piece = [&] { return pieces[random() % std::size(pieces)]; };
+  TempDir dir;
+  SortedDictionaryFile file(dir / "w.tsv");
+  for (int round = 0; round < 300; ++round) {
+    std::vector<std::string> lines;
+    for (int l = static_cast<int>(random() % 12); l > 0; --l) lines.push_back(piece() + piece() + "\t" + piece());
+    if (round % 3 != 0) std::sort(lines.begin(), lines.end());
+    std::string content;
+    for (const auto& line : lines) content += line + "\n";
+    if (round % 5 == 0 && !content.empty()) content.pop_back();
+    writeFile(dir / "w.tsv", content);
+    testing::touch(dir / "w.tsv", round + 1);
+    file.reloadIfNeeded();
+    for (int q = 0; q < 10; ++q) {
+      const auto key = piece() + piece();
+      EXPECT_EQ(file.lines(key), referenceLines(content, key)) << "key '" << key << "' in\n" << content;
+    }
+  }
 }
 
 TEST(SortedDictionaryFileTest, FollowsTheFileThroughItsLife) {

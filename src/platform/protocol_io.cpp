@@ -30,7 +30,12 @@ bool appendJSONString(std::string& out, std::string_view s) {
   if (!text::isValidUTF8(s)) return false;
   static constexpr char hex[] = "0123456789abcdef";
   out += '"';
-  for (char c : s) {
+  std::size_t plain = 0;  // start of the bytes not yet appended, which need no escape
+  for (std::size_t i = 0; i < s.size(); ++i) {
+    const auto c = static_cast<unsigned char>(s[i]);
+    if (c >= 0x20 && c != '"' && c != '\\') continue;
+    out.append(s.data() + plain, i - plain);
+    plain = i + 1;
     switch (c) {
       case '"': out += "\\\""; break;
       case '\\': out += "\\\\"; break;
@@ -40,15 +45,12 @@ bool appendJSONString(std::string& out, std::string_view s) {
       case '\r': out += "\\r"; break;
       case '\t': out += "\\t"; break;
       default:
-        if (static_cast<unsigned char>(c) < 0x20) {
-          out += "\\u00";
-          out += hex[static_cast<unsigned char>(c) >> 4];
-          out += hex[static_cast<unsigned char>(c) & 0xF];
-        } else {
-          out += c;
-        }
+        out += "\\u00";
+        out += hex[c >> 4];
+        out += hex[c & 0xF];
     }
   }
+  out.append(s.data() + plain, s.size() - plain);
   out += '"';
   return true;
 }

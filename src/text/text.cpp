@@ -9,6 +9,7 @@
 #include <unicode/utf8.h>
 
 #include <algorithm>
+#include <cstring>
 #include <memory>
 #include <mutex>
 
@@ -408,6 +409,15 @@ bool isValidUTF8(std::string_view s) {
   const auto n = static_cast<int32_t>(s.size());
   const auto* p = reinterpret_cast<const uint8_t*>(s.data());
   while (i < n) {
+    // ASCII eight bytes at a time.
+    if (n - i >= 8) {
+      uint64_t word;
+      std::memcpy(&word, p + i, 8);
+      if ((word & 0x8080808080808080ULL) == 0) {
+        i += 8;
+        continue;
+      }
+    }
     if (p[i] < 0x80) {
       ++i;
       continue;
