@@ -63,9 +63,15 @@ TEST(KanaDictionaryTest, ParsesWordListValuesStrictly) {
   // nothing or a space in a number, three fields, or a number beyond 64 bits.
   writeFile(env.mozcDirectory() / "mozc.tsv",
             "x\t1\t2\t300\t\nx\t1\t2\t300\tA\tB\nx\t1\t2\tz\tC\nx\t1\t2\t\tD\nx\t+1\t-2\t-300\tE\n"
-            "x\t1 \t2\t3\tF\nx\t1\t2\t3\nx\t1\t2\t99999999999999999999\tG\n");
+            "x\t1 \t2\t3\tF\nx\t1\t2\t3\nx\t1\t2\t99999999999999999999\tG\n"
+            "x\t-9223372036854775808\t123456789012345678\t-12345678901234567\tH\nx\t-\t1\t1\tI\n"
+            "x\t+7\t-0\t0001\tJ\nx\t1\t\t1\tK\n");
   KanaDictionary::preload();
-  EXPECT_EQ(KanaDictionary::words("x"), (std::vector<Word>{{"x", "", 1, 2, 300}, {"x", "E", 1, -2, -300}}));
+  EXPECT_EQ(KanaDictionary::words("x"),
+            (std::vector<Word>{{"x", "", 1, 2, 300},
+                               {"x", "E", 1, -2, -300},
+                               {"x", "H", INT64_MIN, 123456789012345678, -12345678901234567},
+                               {"x", "J", 7, 0, 1}}));
 }
 
 TEST(KanaDictionaryTest, WordListsAreMainThenExtrasByNameFixedAtFirstUse) {
