@@ -52,9 +52,7 @@ void DictionaryFile::reloadIfNeeded() {
   }
   bytes_ = std::move(*content);
   index_ = buildIndex(bytes_);
-  sortedKeys_.assign({});
-  for (const auto& entry : index_) sortedKeys_.push_back(entry.first);
-  std::sort(sortedKeys_.begin(), sortedKeys_.end());
+  sortedKeys_.clear();
   const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - started;
   Log::imk.log("dictionary loaded: %ld readings in %.*fs from %{public}s", static_cast<long>(index_.size()), 2,
                elapsed.count(), path);
@@ -72,7 +70,14 @@ const std::vector<DictionaryFile::ByteRange>* DictionaryFile::find(std::string_v
 }
 
 bool DictionaryFile::hasLongerReading(std::string_view reading) const {
-  if (sortedKeys_.empty()) return false;
+  if (index_.empty()) return false;
+  // Sorted on the first question after a load: only the user dictionary is
+  // asked, and start-up need not sort the emoji and symbol readings.
+  if (sortedKeys_.empty()) {
+    sortedKeys_.reserve(index_.size());
+    for (const auto& entry : index_) sortedKeys_.push_back(entry.first);
+    std::sort(sortedKeys_.begin(), sortedKeys_.end());
+  }
   std::string normalized;
   if (!text::isNFC(reading)) {
     normalized = text::nfc(text::decodeLossy(reading));

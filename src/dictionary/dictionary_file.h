@@ -33,6 +33,11 @@ class DictionaryFile final {
   using Index = std::unordered_map<std::string, std::vector<ByteRange>, KeyHash, std::equal_to<>>;
 
   explicit DictionaryFile(std::filesystem::path url) : url_(std::move(url)) {}
+  // Moved, never copied: the sorted keys point into the index.
+  DictionaryFile(DictionaryFile&&) = default;
+  DictionaryFile& operator=(DictionaryFile&&) = default;
+  DictionaryFile(const DictionaryFile&) = delete;
+  DictionaryFile& operator=(const DictionaryFile&) = delete;
 
   // Rereads the file only when its modification date moved. A failed read
   // keeps the previous content: a user dictionary that is being rewritten
@@ -67,8 +72,9 @@ class DictionaryFile final {
   std::filesystem::path url_;
   std::string bytes_;
   Index index_;
-  // The index's keys in byte order, for prefix questions.
-  std::vector<std::string> sortedKeys_;
+  // The index's keys in byte order, for prefix questions; made when first
+  // asked after a load, emptied with every load.
+  mutable std::vector<std::string_view> sortedKeys_;
   platform::FileDate loadedModificationDate_;
 };
 

@@ -66,6 +66,17 @@ TEST(DictionaryFileTest, FollowsTheFileThroughItsLife) {
   testing::touch(path);
   log = reload();
   EXPECT_TRUE(log.size() == 1 && log[0].starts_with("dictionary loaded: 2 readings in "));
+  EXPECT_FALSE(file.hasLongerReading("か"));
+  // Longer readings are those of the content loaded last.
+  writeFile(path, "か\t1\nき\t2\nか\t3\nかな\t4\n");
+  testing::touch(path, 4);
+  reload();
+  EXPECT_TRUE(file.hasLongerReading("か"));
+  EXPECT_FALSE(file.hasLongerReading("かな"));
+  writeFile(path, "か\t1\nき\t2\nか\t3\n");
+  testing::touch(path, 6);
+  reload();
+  EXPECT_FALSE(file.hasLongerReading("か"));
 
   const auto date = std::filesystem::last_write_time(path);
   writeFile(path, "か\tsame date\n");
