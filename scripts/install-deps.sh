@@ -6,7 +6,7 @@ set -euo pipefail
 packages=(
   cmake g++ make pkg-config git
   googletest libgtest-dev libgmock-dev libbenchmark-dev
-  libicu-dev libharfbuzz-dev libfreetype-dev libfontconfig-dev libplist-dev nlohmann-json3-dev
+  libicu-dev libharfbuzz-dev libfreetype-dev libfontconfig-dev libplist-dev nlohmann-json3-dev libmarisa-dev
   fonts-noto-color-emoji
 )
 if [ "${1:-}" = "--data" ]; then

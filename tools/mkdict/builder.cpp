@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "corpus.h"
+#include "language_model.h"
 #include "mkdict.h"
 
 namespace orvane::mkdict {
@@ -38,6 +39,18 @@ BuildResult build(const BuildOptions& options, const Progress& progress) {
 
   // The rules correct IPADIC's costs; Mozc's own costs are already tuned.
   if (!(mozc && !mozc->dictionaries.empty())) {
+    if (options.languageModel) {
+      const fs::path& dir = *options.languageModel;
+      progress("language model: reading " + dir.string());
+      const LanguageModel model = LanguageModel::load(dir);
+      const auto report = applyLanguageModel(lexicon, model);
+      progress("language model: " + std::to_string(model.size()) + " words; " + std::to_string(report.matched) +
+               " entries known whole, " + std::to_string(report.stemMatched) + " by their stem, " +
+               std::to_string(report.unknown) + " unseen");
+      credits.push_back({"libkkc-data word 3-gram language model", versionOf(dir, defaultLanguageModel, "libkkc-data"),
+                         "the order of the spellings of a reading by their frequency; rare kanji spellings",
+                         findLicence({dir / "COPYING", "/usr/share/doc/libkkc-data/copyright"}, "libkkc-data")});
+    }
     std::optional<SKKDictionary> skk;
     if (options.skk && (options.adjustments.skkOrder || options.adjustments.skkWords)) {
       progress("SKK: candidate order");

@@ -55,6 +55,18 @@ Sources (each optional; at least one must give words):
                   5 uses and 3 times the next spelling's), that spelling
                   becomes its cheapest by 1000. Not used unless given;
                   --no-corpus turns it off again.
+  --lm DIR        a word 3-gram language model in the layout of Debian's
+                  libkkc-data (/usr/lib/x86_64-linux-gnu/libkkc/models/sorted3):
+                  data.1gram.index, a MARISA trie of "reading/surface" keys,
+                  and data.1gram, data.2gram, data.3gram, little-endian
+                  records of 6, 12 and 10 bytes. Its unigram probabilities
+                  re-cost IPADIC's content words before the rules run: a
+                  kanji spelling it never saw (whole, or a conjugated form by
+                  its stem: 行わ as 行, 変える as 変え) +500; the spellings of
+                  a reading it knows move a fifth of the way towards the
+                  reading's cheapest cost plus 1600 per factor of ten of
+                  rarity. Not used unless given; --no-lm turns it off again.
+                  A malformed file is an error naming it and the byte offset.
   --mozc DIR      a Mozc source tree (or a flat directory of its files):
                   src/data/dictionary_oss/dictionary*.txt with id.def and
                   connection_single_column.txt replace IPADIC's words and costs;
@@ -204,6 +216,8 @@ Options parse(int argc, char** argv) {
       for (auto name : adjustmentNames) setAdjustment(options.build.adjustments, name, false);
     }
     else if (arg == "--separate-lists") options.build.separateLists = true;
+    else if (arg == "--lm") options.build.languageModel = fs::path(value());
+    else if (arg == "--no-lm") options.build.languageModel.reset();
     else if (arg == "--corpus") options.build.corpus = fs::path(value());
     else if (arg == "--no-corpus") options.build.corpus.reset();
     else if (arg == "-q" || arg == "--quiet") options.quiet = true;

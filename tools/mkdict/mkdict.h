@@ -315,6 +315,7 @@ inline constexpr const char* defaultIPADIC = "/usr/share/mecab/dic/ipadic";
 inline constexpr const char* defaultCLDR = "/usr/share/unicode/cldr";
 inline constexpr const char* defaultSKK = "/usr/share/skk/SKK-JISYO.L";
 inline constexpr const char* defaultEDICT = "/usr/share/edict/edict";
+inline constexpr const char* defaultLanguageModel = "/usr/lib/x86_64-linux-gnu/libkkc/models/sorted3";
 
 struct BuildOptions {
   fs::path output;
@@ -327,6 +328,8 @@ struct BuildOptions {
   // Added vocabulary in its own ut-*.tsv rather than merged into mozc.tsv:
   // every look-up then searches one more file.
   bool separateLists = false;
+  // A word 3-gram model in libkkc-data's layout; none by default.
+  std::optional<fs::path> languageModel;
   // Word counts of running text (scripts/corpus-stats.sh); none by default.
   std::optional<fs::path> corpus;
 };
