@@ -153,18 +153,6 @@ TEST(CostRulesTest, FunctionWordsSpelledInKatakanaCostMore) {
   for (std::size_t i = 0; i < lexicon.words.size(); ++i) EXPECT_EQ(lexicon.words[i].cost, expected[i]) << i;
 }
 
-TEST(CostRulesTest, DependentWordsAreSpelledInKana) {
-  Lexicon lexicon = lexiconOf({{"ください", 7, 7, 7900, "下さい"}, {"こと", 8, 8, 6100, "事"},
-                               {"こと", 8, 8, 6500, "こと"}, {"こと", U, U, 5200, "事"}});
-  penalizeDependentKanji(lexicon);
-  ASSERT_EQ(lexicon.words.size(), 5u);
-  EXPECT_EQ(lexicon.words[0].cost, 9900);
-  EXPECT_EQ(lexicon.words[1].cost, 8100);
-  EXPECT_EQ(lexicon.words[2].cost, 6100) << "the kana spelling takes the cheapest spelling's cost";
-  EXPECT_EQ(lexicon.words[3].cost, 5200) << "事 as a common noun is not a dependent word";
-  EXPECT_EQ(lexicon.words[4], (WordEntry{"ください", 7, 7, 7900, "ください"}));
-}
-
 TEST(CostRulesTest, HonorificPrefixIsSpelledInKana) {
   Lexicon lexicon = lexiconOf({{"ごはん", U, U, 5000, "御飯"}, {"ごはん", U, U, 5600, "ご飯"},
                                {"ごじゆう", U, U, 4000, "御自由", "ut-skk.tsv"}, {"おんちゅう", U, U, 6000, "御中"},

@@ -115,12 +115,6 @@ as they are). Each is a general rule, deterministic, named for --without:
   short-readings     +1500 for kanji words read with one kana (胃 い, 派 は),
                      counters (名詞,接尾,助数詞) aside: they compete with
                      particles everywhere.
-  dependent-kana     formal nouns (名詞,非自立 一般, 助動詞語幹 and
-                     形容動詞語幹: 事, 時, 様; not the adverbial 以外, 中),
-                     dependent verbs and adjectives and auxiliaries (下さい,
-                     欲しい) are spelled in kana: the kana spelling, under the
-                     same ids, gets the cheapest spelling's cost (and is
-                     added where IPADIC lacks it), kanji spellings +2000.
   honorific-kana     words beginning with the prefix 御 read ご or お, where
                      the rest is a word of its own or the kana spelling is
                      one already (御自由, 御飯; not 御殿, 御所), get a twin

@@ -190,7 +190,6 @@ struct Adjustments {
   bool shortReadings = true;     // "short-readings"
   bool kanaSpellings = true;     // "kana-spellings"
   bool skkWords = true;          // "skk-words"
-  bool dependentKana = true;     // "dependent-kana"
   bool honorificKana = true;     // "honorific-kana"
   bool rareKanji = true;         // "rare-kanji"
   bool edictWords = true;        // "edict-words"
@@ -199,7 +198,7 @@ struct Adjustments {
   bool usuallyKana = true;       // "usually-kana"
 };
 inline constexpr const char* adjustmentNames[] = {"skk-order",  "katakana-variants", "proper-nouns", "symbol-readings",
-                                                  "numerals",   "short-readings",    "kana-spellings", "skk-words", "dependent-kana", "honorific-kana", "rare-kanji",
+                                                  "numerals",   "short-readings",    "kana-spellings", "skk-words", "honorific-kana", "rare-kanji",
                                                   "edict-words", "edict-common", "negative-costs", "usually-kana"};
 // Whether a name is a rule's; sets it in `adjustments`.
 bool setAdjustment(Adjustments& adjustments, std::string_view name, bool on);
@@ -247,9 +246,6 @@ void penalizeShortReadings(Lexicon& lexicon);
 // conversion; IPADIC's costs count them by how often they are written so, so
 // they get that charge back.
 void creditKanaSpellings(Lexicon& lexicon);
-// Dependent nouns, verbs and adjectives and auxiliaries written with kanji
-// (事, 居る, 欲しい, 下さい): modern writing spells them in kana.
-void penalizeDependentKanji(Lexicon& lexicon);
 // Words that begin with the honorific prefix 御 read ご or お (御飯, 御自由)
 // get a twin with the prefix in kana (ご飯, ご自由) at the same cost, and
 // the kanji spelling costs more: modern writing spells the prefix in kana.
