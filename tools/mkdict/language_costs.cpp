@@ -2,22 +2,11 @@
 #include <cmath>
 #include <map>
 #include <set>
-#include <unordered_map>
 
 #include "language_model.h"
 #include "text/text.h"
 
 namespace orvane::mkdict {
-namespace {
-
-// Verbs and adjectives: their part-of-speech name has a conjugation type.
-bool conjugates(std::string_view name) {
-  const auto fields = split(name, ',');
-  return fields.size() > 4 && fields[4] != "*";
-}
-
-}  // namespace
-
 LanguageCostReport applyLanguageModel(Lexicon& lexicon, const LanguageModel& model) {
   const auto& names = lexicon.grammar.names;
   LanguageCostReport report;
@@ -49,7 +38,7 @@ LanguageCostReport applyLanguageModel(Lexicon& lexicon, const LanguageModel& mod
     // る) is known by its stem, with or without the kana that follow it.
     if (id) {
       report.matched += entries.size();
-    } else if (conjugates(names[lexicon.words[anchor].leftID])) {
+    } else if (inflects(names[lexicon.words[anchor].leftID])) {
       if (auto stem = stemKey(reading, surface)) {
         const std::string_view ending = reading.substr(stem->first.size());
         // The ending is hiragana, three bytes a kana in UTF-8.

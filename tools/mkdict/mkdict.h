@@ -261,6 +261,8 @@ bool isHanScalar(char32_t c);
 bool hasHan(std::string_view s);
 bool allKatakana(std::string_view s);
 bool isContentWord(std::string_view partOfSpeech);
+// Verbs and adjectives: their part-of-speech name has a conjugation type.
+bool inflects(std::string_view partOfSpeech);
 void applyAdjustments(Lexicon& lexicon, const Adjustments& adjustments, const SKKDictionary* skk,
                       const EdictDictionary* edict = nullptr);
 
