@@ -11,7 +11,7 @@ packages=(
 )
 if [ "${1:-}" = "--data" ]; then
   # Dictionary sources for the data builder.
-  packages+=(mecab-ipadic unicode-cldr-core skkdic edict)
+  packages+=(mecab-ipadic unicode-cldr-core skkdic skkdic-extra edict)
   # Japanese text and Debian's analyser for the word counts.
   packages+=(mecab mecab-ipadic-utf8 manpages-ja debian-reference-ja developers-reference-ja maint-guide-ja debian-faq-ja)
 fi

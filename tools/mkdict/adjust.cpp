@@ -110,6 +110,14 @@ SKKDictionary readSKK(const fs::path& file, Diagnostics& diagnostics) {
   return skk;
 }
 
+void mergeSKK(SKKDictionary& into, const SKKDictionary& extra) {
+  for (const auto& [key, candidates] : extra) {
+    auto& listed = into[key];
+    for (const auto& candidate : candidates)
+      if (std::find(listed.begin(), listed.end(), candidate) == listed.end()) listed.push_back(candidate);
+  }
+}
+
 std::optional<std::pair<std::string, std::string>> stemKey(std::string_view reading, std::string_view surface) {
   const std::u32string s = text::scalars(surface);
   std::size_t head = s.size();

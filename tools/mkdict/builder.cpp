@@ -61,6 +61,18 @@ BuildResult build(const BuildOptions& options, const Progress& progress) {
                          "nouns and compounds missing from IPADIC",
                          findLicence({options.skk->parent_path() / "COPYING", "/usr/share/doc/skkdic/copyright"},
                                      "skkdic")});
+      for (const auto& extra : options.skkExtras) {
+        if (!fs::exists(extra)) {
+          result.skipped.push_back(extra.string() + ": not found (Debian package skkdic-extra); its words are left out");
+          continue;
+        }
+        mergeSKK(*skk, readSKK(extra, diagnostics));
+        credits.push_back({"SKK dictionary (" + extra.filename().string() + ")",
+                           versionOf(extra, defaultSKKExtra, "skkdic-extra"),
+                           "nouns missing from IPADIC, after those of " + options.skk->filename().string(),
+                           findLicence({extra.parent_path() / "COPYING", "/usr/share/doc/skkdic-extra/copyright"},
+                                       "skkdic-extra")});
+      }
     }
     std::optional<EdictDictionary> edict;
     if (options.edict &&

@@ -42,6 +42,13 @@ Sources (each optional; at least one must give words):
                   skkdic), EUC-JP: orders homonyms and adds missing words
                   (rules skk-order, skk-words).
   --no-skk        do not read SKK.
+  --skk-extra FILE  another SKK-JISYO whose candidates follow the main one's
+                  under the same key (default /usr/share/skk/SKK-JISYO.propernoun,
+                  package skkdic-extra: proper nouns); may be given several
+                  times. A missing one is skipped with a line saying so.
+                  (SKK-JISYO.geo and .jinmei were measured: their place and
+                  person names split other words.)
+  --no-skk-extra  read no extra SKK dictionary.
   --edict FILE    EDICT (default /usr/share/edict/edict, package edict),
                   EUC-JP, "surface [reading] /(pos) gloss/.../(P)/": which
                   spellings are common (P), which words are usually written
@@ -183,6 +190,7 @@ struct Options {
 
 Options parse(int argc, char** argv) {
   Options options;
+  bool extrasGiven = false;
   for (int i = 1; i < argc; ++i) {
     const std::string arg = argv[i];
     auto value = [&]() -> std::string {
@@ -200,6 +208,11 @@ Options parse(int argc, char** argv) {
     else if (arg == "--mozc") options.build.mozc = fs::path(value());
     else if (arg == "--skk") options.build.skk = fs::path(value());
     else if (arg == "--no-skk") options.build.skk.reset();
+    else if (arg == "--skk-extra") {
+      if (!extrasGiven) options.build.skkExtras.clear();
+      extrasGiven = true;
+      options.build.skkExtras.emplace_back(value());
+    } else if (arg == "--no-skk-extra") options.build.skkExtras.clear();
     else if (arg == "--edict") options.build.edict = fs::path(value());
     else if (arg == "--no-edict") options.build.edict.reset();
     else if (arg == "--without") {
@@ -257,6 +270,7 @@ int main(int argc, char** argv) {
   try {
     BuildResult result = build(options.build, progress);
     const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+    for (const auto& line : result.skipped) std::fprintf(stderr, "orvane-mkdict: skipped %s\n", line.c_str());
     const auto& diagnostics = result.diagnostics;
     if (diagnostics.count() > 0) {
       std::fprintf(stderr, "orvane-mkdict: %zu malformed lines skipped:\n", diagnostics.count());

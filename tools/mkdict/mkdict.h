@@ -131,6 +131,8 @@ void addAnnotations(const std::vector<Annotation>& annotations, const ReadingOf&
 // before their okurigana (おもu /思/想/).
 using SKKDictionary = std::map<std::string, std::vector<std::string>, std::less<>>;
 SKKDictionary readSKK(const fs::path& file, Diagnostics& diagnostics);
+// Candidates of `extra` after those `into` already lists under the same key.
+void mergeSKK(SKKDictionary& into, const SKKDictionary& extra);
 
 // EDICT, the Japanese-English dictionary of the Debian package edict: which
 // spellings are common, which words are usually written in kana, and nouns
@@ -312,6 +314,8 @@ std::string findLicence(const std::vector<fs::path>& candidates, std::string_vie
 inline constexpr const char* defaultIPADIC = "/usr/share/mecab/dic/ipadic";
 inline constexpr const char* defaultCLDR = "/usr/share/unicode/cldr";
 inline constexpr const char* defaultSKK = "/usr/share/skk/SKK-JISYO.L";
+// Proper nouns (people, works, companies, places) from package skkdic-extra.
+inline constexpr const char* defaultSKKExtra = "/usr/share/skk/SKK-JISYO.propernoun";
 inline constexpr const char* defaultEDICT = "/usr/share/edict/edict";
 inline constexpr const char* defaultLanguageModel = "/usr/lib/x86_64-linux-gnu/libkkc/models/sorted3";
 
@@ -321,6 +325,9 @@ struct BuildOptions {
   std::optional<fs::path> cldr = fs::path(defaultCLDR);
   std::optional<fs::path> mozc;
   std::optional<fs::path> skk = fs::path(defaultSKK);
+  // More SKK dictionaries, read after the main one; one that is missing is
+  // skipped with a line in BuildResult::skipped.
+  std::vector<fs::path> skkExtras = {fs::path(defaultSKKExtra)};
   std::optional<fs::path> edict = fs::path(defaultEDICT);
   Adjustments adjustments;
   // Added vocabulary in its own ut-*.tsv rather than merged into mozc.tsv:
@@ -339,6 +346,8 @@ struct BuildResult {
   std::size_t symbolReadings = 0;
   std::map<std::string, std::size_t> fileSizes;
   Diagnostics diagnostics;
+  // Sources left out because they are not installed, one line each.
+  std::vector<std::string> skipped;
 };
 
 // Reads the sources, makes every file and swaps the directory into place.

@@ -40,6 +40,7 @@ BuildOptions fixtureBuild(const TempDir& dir) {
   options.cldr = testdata / "cldr";
   options.skk.reset();
   options.edict.reset();
+  options.skkExtras.clear();
   options.languageModel.reset();
   return options;
 }
