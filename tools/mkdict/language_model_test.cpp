@@ -208,6 +208,31 @@ TEST(LanguageCostsTest, SpellingsOfAReadingFollowTheModelAndUnseenKanjiCostMore)
     EXPECT_EQ(lexicon.words[i].cost, costs[i]) << lexicon.words[i].surface;
 }
 
+TEST(LanguageCostsTest, ABrokenModelStopsTheBuildAndLeavesTheDataAsItWas) {
+  const fs::path testdata = fs::path(ORVANE_SOURCE_DIR) / "tools/mkdict/testdata";
+  orvane::testing::TempDir dir;
+  fs::create_directory(dir / "model");
+  TinyModel tiny(dir / "model");
+  BuildOptions options;
+  options.output = dir / "Mozc";
+  options.ipadic = testdata / "ipadic";
+  options.cldr = testdata / "cldr";
+  options.skk.reset();
+  options.edict.reset();
+  options.languageModel = dir / "model";
+  build(options, [](std::string_view) {});
+  const std::string before = orvane::testing::readFile(dir / "Mozc/mozc.tsv");
+  EXPECT_THAT(orvane::testing::readFile(dir / "Mozc/CREDITS.txt"), HasSubstr("libkkc-data"));
+
+  tiny.trigram.resize(tiny.trigram.size() - 1);
+  tiny.save();
+  EXPECT_THROW(build(options, [](std::string_view) {}), SourceError);
+  EXPECT_EQ(orvane::testing::readFile(dir / "Mozc/mozc.tsv"), before);
+  std::size_t entries = 0;
+  for ([[maybe_unused]] const auto& entry : fs::directory_iterator(dir.path())) ++entries;
+  EXPECT_EQ(entries, 2u) << "no partial directory beside the data";
+}
+
 TEST(LanguageModelTest, SplitsKeysAtTheFirstSlash) {
   using Split = std::optional<std::pair<std::string_view, std::string_view>>;
   EXPECT_EQ(splitModelKey("あき/秋"), (Split{{"あき", "秋"}}));
