@@ -8,6 +8,7 @@
 #include <cmath>
 #include <map>
 
+#include "fixture_build.h"
 #include "testing/environment.h"
 
 namespace orvane::mkdict {
@@ -209,16 +210,10 @@ TEST(LanguageCostsTest, SpellingsOfAReadingFollowTheModelAndUnseenKanjiCostMore)
 }
 
 TEST(LanguageCostsTest, ABrokenModelStopsTheBuildAndLeavesTheDataAsItWas) {
-  const fs::path testdata = fs::path(ORVANE_SOURCE_DIR) / "tools/mkdict/testdata";
   orvane::testing::TempDir dir;
   fs::create_directory(dir / "model");
   TinyModel tiny(dir / "model");
-  BuildOptions options;
-  options.output = dir / "Mozc";
-  options.ipadic = testdata / "ipadic";
-  options.cldr = testdata / "cldr";
-  options.skk.reset();
-  options.edict.reset();
+  BuildOptions options = fixtureBuild(dir.path());
   options.languageModel = dir / "model";
   build(options, [](std::string_view) {});
   const std::string before = orvane::testing::readFile(dir / "Mozc/mozc.tsv");
