@@ -134,13 +134,13 @@ std::optional<std::string> mappedScalarwise(std::string_view s, Map map) {
 std::optional<UChar32> hiraganaToKatakanaScalar(UChar32 c) {
   if ((c >= 0x3041 && c <= 0x3094) || c == 0x309D || c == 0x309E) return c + 0x60;
   if ((c >= 0x20 && c <= 0x7E) || (c >= 0xFF01 && c <= 0xFF5E) || c == 0x3000 || c == 0x3001 || c == 0x3002 ||
-      c == 0x300C || c == 0x300D || c == 0x30FB || c == 0x30FC)
+      c == 0x300C || c == 0x300D || c == 0x301C || c == 0x30FB || c == 0x30FC)
     return c;
   return std::nullopt;
 }
 
 std::optional<UChar32> fullwidthToHalfwidthScalar(UChar32 c) {
-  if ((c >= 0x20 && c <= 0x7E) || (c >= 0x3041 && c <= 0x3096) || c == 0x309D || c == 0x309E) return c;
+  if ((c >= 0x20 && c <= 0x7E) || (c >= 0x3041 && c <= 0x3096) || c == 0x309D || c == 0x309E || c == 0x301C) return c;
   if (c >= 0xFF01 && c <= 0xFF5E) return c - 0xFEE0;
   switch (c) {
     case 0x3000: return 0x20;
