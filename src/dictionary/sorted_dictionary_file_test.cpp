@@ -45,7 +45,10 @@ TEST(SortedDictionaryFileTest, FindsEveryLineOfAReadingAndNoOther) {
 TEST(SortedDictionaryFileTest, FindsEveryReadingOfALargerFile) {
   // Readings of mixed lengths with zero to three values each put probes at
   // starts, middles and ends of lines.
-  auto reading = [](int i) { return "r" + std::to_string(i * 7919 % 1000); };
+  auto reading = [](int i) {
+    std::string r = "r";
+    return r += std::to_string(i * 7919 % 1000);
+  };
   std::vector<std::string> lines;
   for (int i = 0; i < 300; ++i)
     for (int v = 0; v < i % 4; ++v) lines.push_back(reading(i) + "\t" + std::to_string(v) + std::string(i % 13, 'x'));
