@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+#include <map>
+#include <random>
+
 #include "dictionary/emoji_support.h"
 #include "dictionary/kana_dictionary.h"
 #include "learning/learning.h"
@@ -31,13 +35,17 @@ class DrawsEverything final : public platform::TextLayout {
 class ConverterTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    const std::string noun = "名詞,一般,*,*,*,*,*";
-    env.writeParts({{10, noun}, {11, noun}, {12, noun}, {13, noun}, {20, "助詞,格助詞,一般,*,*,*,*"},
-                    {30, "名詞,接尾,一般,*,*,*,*"}, {40, "接頭詞,名詞接続,*,*,*,*,*"}, {45, "記号,一般,*,*,*,*,*"}});
+    writeClasses(env);
     env.writeConnection(50, 0);
     EmojiSupport::resetForTesting(&layout);
   }
   void TearDown() override { EmojiSupport::resetForTesting(); }
+
+  static void writeClasses(const testing::Environment& to) {
+    const std::string noun = "名詞,一般,*,*,*,*,*";
+    to.writeParts({{10, noun}, {11, noun}, {12, noun}, {13, noun}, {20, "助詞,格助詞,一般,*,*,*,*"},
+                   {30, "名詞,接尾,一般,*,*,*,*"}, {40, "接頭詞,名詞接続,*,*,*,*,*"}, {45, "記号,一般,*,*,*,*,*"}});
+  }
 
   static std::vector<Node> path(std::string_view reading, const std::set<int64_t>& boundaries = {}) {
     KanaDictionary::preload();
@@ -117,6 +125,107 @@ TEST_F(ConverterTest, UnknownTextFallsBackToItself) {
     EXPECT_EQ(nodes.front().word.leftID, c.id) << c.reading;
     EXPECT_EQ(nodes.front().word.rightID, c.id) << c.reading;
     EXPECT_EQ(nodes.front().word.reading, nodes.front().word.surface) << c.reading;
+  }
+}
+
+// The search with nothing saved: every reading of every length looked up
+// through words(reading), every predecessor walked for every word. Of the
+// price rules only the one these words meet: 600 on a content word spelled
+// in hiragana, which only the fall-back words are; the random words have
+// kanji surfaces and no suffix ids, and nothing is learned.
+int64_t priceOf(const Word& w) { return w.cost + (Converter::isHiragana(w.surface) ? 600 : 0); }
+
+int64_t plainBestTotal(const Characters& reading) {
+  struct Placed {
+    int64_t end;
+    int64_t rightID;
+    int64_t total;
+  };
+  const auto n = static_cast<int64_t>(reading.size());
+  std::vector<Placed> placed;
+  for (int64_t i = 0; i < n; ++i) {
+    std::vector<Word> words;
+    for (int64_t length = 1; length <= std::min<int64_t>(n - i, 24); ++length) {
+      for (auto& w : KanaDictionary::words(text::join(reading, static_cast<std::size_t>(i),
+                                                      static_cast<std::size_t>(i + length))))
+        words.push_back(std::move(w));
+    }
+    const auto& character = reading[static_cast<std::size_t>(i)];
+    words.push_back(Word{character, character, 1851, 1851, 15000});
+    const std::vector<Placed> before = placed;
+    for (const auto& w : words) {
+      int64_t best = std::numeric_limits<int64_t>::max();
+      if (i == 0) best = KanaDictionary::connectionCost(0, w.leftID);
+      for (const auto& p : before)
+        if (p.end == i) best = std::min(best, p.total + KanaDictionary::connectionCost(p.rightID, w.leftID));
+      if (best == std::numeric_limits<int64_t>::max()) continue;
+      placed.push_back({i + static_cast<int64_t>(text::characters(w.reading).size()), w.rightID, best + priceOf(w)});
+    }
+  }
+  int64_t best = std::numeric_limits<int64_t>::max();
+  for (const auto& p : placed)
+    if (p.end == n) best = std::min(best, p.total + KanaDictionary::connectionCost(p.rightID, 0));
+  return best;
+}
+
+TEST_F(ConverterTest, TheSearchFindsTheCheapestPathOfRandomDictionaries) {
+  // Words spread over the system list, an extra list and the user
+  // dictionary, sharing readings and prefixes, under random connection
+  // costs: what the search saves (stopping look-ups early, one predecessor
+  // walk per left id and position) must never lose the cheapest path.
+  const std::vector<std::string> kana = {"か", "き", "く", "こ"};
+  const std::vector<int64_t> ids = {10, 11, 12, 13, 20, 40};
+  std::mt19937 random(15);
+  auto pick = [&](auto& from) { return from[random() % from.size()]; };
+  auto randomReading = [&](std::size_t length) {
+    std::string out;
+    for (std::size_t k = 0; k < length; ++k) out += pick(kana);
+    return out;
+  };
+  for (int dictionary = 0; dictionary < 8; ++dictionary) {
+    // A fresh directory each time: a rewrite within one clock tick could
+    // pass unnoticed.
+    testing::Environment fresh;
+    writeClasses(fresh);
+    std::map<std::pair<int64_t, int64_t>, int16_t> cells;
+    for (int64_t from : {int64_t{0}, int64_t{10}, int64_t{11}, int64_t{12}, int64_t{13}, int64_t{20}, int64_t{40}})
+      for (int64_t to : {int64_t{0}, int64_t{10}, int64_t{11}, int64_t{12}, int64_t{13}, int64_t{20}, int64_t{40}})
+        cells[{from, to}] = static_cast<int16_t>(random() % 4000);
+    fresh.writeConnection(50, 0, cells);
+    std::vector<WordLine> system, extra;
+    std::string user;
+    for (int k = 0; k < 60; ++k) {
+      const auto reading = randomReading(1 + random() % 6);
+      const WordLine line{reading, pick(ids), pick(ids), static_cast<int64_t>(random() % 8000),
+                          "字" + std::to_string(k)};
+      switch (random() % 4) {
+        case 0: extra.push_back(line); break;
+        case 1: user += reading + "\t" + line.surface + "\n"; break;
+        default: system.push_back(line);
+      }
+    }
+    fresh.writeWords(system);
+    fresh.writeWords(extra, "ut-extra.tsv");
+    fresh.writeUserDictionary(user);
+    for (int k = 0; k < 40; ++k) {
+      const auto reading = text::characters(randomReading(1 + random() % 30));
+      const auto nodes = path(text::join(reading));
+      ASSERT_FALSE(nodes.empty());
+      // The path must be whole, its totals its own words' costs, and the cheapest.
+      int64_t total = 0;
+      int64_t previousRight = 0;
+      int64_t position = 0;
+      for (const auto& node : nodes) {
+        ASSERT_EQ(node.begin, position);
+        total += KanaDictionary::connectionCost(previousRight, node.word.leftID) + priceOf(node.word);
+        EXPECT_EQ(node.total, total);
+        previousRight = node.word.rightID;
+        position = node.end;
+      }
+      ASSERT_EQ(position, static_cast<int64_t>(reading.size()));
+      total += KanaDictionary::connectionCost(previousRight, 0);
+      EXPECT_EQ(total, plainBestTotal(reading)) << "dictionary " << dictionary << ": " << text::join(reading);
+    }
   }
 }
 
