@@ -14,7 +14,9 @@
 // the next passes (default 3) are measured. Each conversion is cancelled
 // with Escape, so nothing is learned and every pass converts alike.
 // --print-requests writes the requests of one pass to standard output
-// instead, to feed the program under a profiler.
+// instead, to feed the program under a profiler. After the figures it prints
+// the program's resident memory after its first answer and after the
+// passes, and how much of it is pages of the mapped data files.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -23,6 +25,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <map>
 #include <optional>
 #include <string>
@@ -179,6 +182,23 @@ class Session {
   Session() : home_(), child_(start(home_.path())) {}
   bool running() const { return child_.has_value(); }
 
+  // Resident kilobytes of the program: all of them, and those of mapped files.
+  struct Memory {
+    long resident = -1;
+    long files = -1;
+  };
+  Memory memory() const {
+    Memory m;
+    std::ifstream status("/proc/" + std::to_string(child_->pid()) + "/status");
+    std::string key;
+    while (status >> key) {
+      if (key == "VmRSS:") status >> m.resident;
+      if (key == "RssFile:") status >> m.files;
+      status.ignore(1 << 10, '\n');
+    }
+    return m;
+  }
+
   // Sends one request and reads up to its closing line; the seconds taken,
   // or nullopt when the program stopped answering. Every line before the
   // closing one goes to `seen`.
@@ -212,6 +232,8 @@ struct Samples {
   std::vector<double> roundTrip;
   std::size_t readings = 0;
   std::size_t untypeable = 0;
+  Session::Memory started;
+  Session::Memory afterPasses;
   std::string failure;
 };
 
@@ -229,6 +251,7 @@ Samples replay() {
     samples.failure = "cannot start " + program().string();
     return samples;
   }
+  samples.started = session.memory();
   for (std::size_t pass = 0; pass <= options.passes; ++pass) {
     const bool measured = pass > 0;
     for (const auto& reading : readings) {
@@ -265,12 +288,23 @@ Samples replay() {
       if (measured) samples.roundTrip.push_back(*idle);
     }
   }
+  samples.afterPasses = session.memory();
   return samples;
 }
+
 
 const Samples& samples() {
   static const Samples s = replay();
   return s;
+}
+
+void printMemory() {
+  const auto& s = samples();
+  if (!s.failure.empty()) return;
+  auto mb = [](long kilobytes) { return static_cast<double>(kilobytes) / 1024.0; };
+  std::printf("resident memory of orvane: %.1f MB after the first answer (%.1f MB of it mapped files), "
+              "%.1f MB after the passes (%.1f MB mapped files)\n",
+              mb(s.started.resident), mb(s.started.files), mb(s.afterPasses.resident), mb(s.afterPasses.files));
 }
 
 double quantile(std::vector<double> values, double q) {
@@ -348,6 +382,7 @@ int main(int argc, char** argv) {
     return 0;
   }
   benchmark::RunSpecifiedBenchmarks();
+  printMemory();
   benchmark::Shutdown();
   return 0;
 }

@@ -47,6 +47,7 @@ class ChildProcess {
   std::vector<std::string> readAllLines(int timeoutMilliseconds = 10000);
   // Waits for the exit; the exit status, or 128 + signal number.
   int wait();
+  pid_t pid() const { return pid_; }
 
  private:
   ChildProcess(pid_t pid, int input, int output) : pid_(pid), input_(input), output_(output) {}
