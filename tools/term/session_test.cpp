@@ -35,7 +35,7 @@ class SessionTest : public ::testing::Test {
     session = std::make_unique<Session>(
         *panel, std::make_shared<LogPane>(),
         Session::Hooks{[this](std::string_view bytes) { written += bytes; },
-                       [this](const std::vector<std::string>& argv) { return ran.push_back(argv), 0; }});
+                       [this](const std::vector<std::string>& argv) { return ran.push_back(argv), runStatus; }});
     session->start();
   }
   ~SessionTest() override {
@@ -56,6 +56,7 @@ class SessionTest : public ::testing::Test {
   std::unique_ptr<Session> session;
   std::string written;
   std::vector<std::vector<std::string>> ran;
+  int runStatus = 0;
 };
 
 TEST_F(SessionTest, TypingConvertingAndCommittingThroughTerminalBytes) {
@@ -137,24 +138,63 @@ TEST_F(SessionTest, MenuRunsTheControllerActions) {
   EXPECT_EQ(marked(), "か");
 }
 
-TEST_F(SessionTest, DictionaryEditorFallsBackToTheUsersEditor) {
-  if (TerminalWorkspace::executableIn(platform::Bundle::main().bundleURL() / "Contents" / "Helpers" /
-                                      "Orvane IME Dictionary.app"))
-    GTEST_SKIP() << "the bundle carries a dictionary editor";
+TEST_F(SessionTest, EditingTheDictionaryStartsAnEditorOrSaysWhy) {
   unsetenv("VISUAL");
   setenv("EDITOR", "vi", 1);
   type("\x0f" "1");
   ASSERT_EQ(ran.size(), 1u);
-  EXPECT_EQ(ran[0].at(0), "/bin/sh");
-  EXPECT_EQ(ran[0].back(), (env.userDirectory() / "dictionary.txt").string());
+  // The bundle's editor when the build made one, else the user's own.
+  auto helper = TerminalWorkspace::executableIn(platform::Bundle::main().bundleURL() / "Contents" / "Helpers" /
+                                                "Orvane IME Dictionary.app");
+  if (helper)
+    EXPECT_EQ(ran[0], std::vector<std::string>{helper->string()});
+  else
+    EXPECT_EQ(ran[0].back(), (env.userDirectory() / "dictionary.txt").string());
 
+  runStatus = -1;  // nothing could be started
   unsetenv("EDITOR");
   type("\x0f" "1");
-  EXPECT_EQ(ran.size(), 1u);
   auto errors = log->messages("imk");
   EXPECT_TRUE(std::any_of(errors.begin(), errors.end(),
                           [](const std::string& m) { return m.starts_with("dictionary editor launch failed: "); }));
   EXPECT_NE(session->screen().notice.find("$EDITOR"), std::string::npos);
+  EXPECT_EQ(marked(), "");
+}
+
+TEST(TerminalServicesTest, WithoutAnEditorBundleTheUsersEditorOpensTheDictionary) {
+  testing::TempDir dir;
+  const auto document = dir / "dictionary.txt";
+  std::vector<std::vector<std::string>> ran;
+  int status = 0;
+  std::vector<std::string> failures;
+  TerminalWorkspace workspace([&](const std::vector<std::string>& argv) { return ran.push_back(argv), status; },
+                              document, [&](const std::string& error) { failures.push_back(error); });
+  std::optional<std::string> result;
+  auto open = [&] { workspace.openApplication(dir / "Missing.app", [&](auto error) { result = std::move(error); }); };
+
+  unsetenv("VISUAL");
+  setenv("EDITOR", "vi", 1);
+  open();
+  ASSERT_EQ(ran.size(), 1u);
+  EXPECT_EQ(ran[0], (std::vector<std::string>{"/bin/sh", "-c", "vi \"$1\"", "sh", document.string()}));
+  EXPECT_FALSE(result);
+
+  setenv("VISUAL", "emacs", 1);  // the visual editor wins in a terminal too
+  open();
+  EXPECT_EQ(ran.at(1).at(2), "emacs \"$1\"");
+
+  status = -1;  // an editor that cannot start is an error, not a silent nothing
+  open();
+  EXPECT_TRUE(result);
+  EXPECT_EQ(failures.size(), 1u);
+
+  unsetenv("VISUAL");
+  unsetenv("EDITOR");
+  open();
+  EXPECT_EQ(ran.size(), 3u);
+  ASSERT_TRUE(result);
+  EXPECT_NE(result->find("not there"), std::string::npos);
+  EXPECT_EQ(failures.size(), 2u);
 }
 
 TEST(TerminalClientTest, PassedKeysActLikeAPlainTextArea) {
