@@ -12,6 +12,7 @@ packages=(
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   libicu-dev libharfbuzz-dev libfreetype-dev libfontconfig-dev libplist-dev nlohmann-json3-dev
   fonts-noto-color-emoji help2man
+  fcitx5 fcitx5-modules fcitx5-modules-dev libfcitx5core-dev dbus-daemon dbus-bin
 )
 want_data=
 for option in "$@"; do
@@ -19,7 +20,7 @@ for option in "$@"; do
     --data) want_data=1 ;;
     --package)
       # Debian packaging, and what the check of the installed package runs.
-      packages+=(debhelper dpkg-dev fakeroot lintian fcitx5 dbus-daemon libglib2.0-bin)
+      packages+=(debhelper dpkg-dev fakeroot lintian libglib2.0-bin)
       want_data=1 ;;
     *) echo "usage: scripts/install-deps.sh [--data] [--package]" >&2; exit 2 ;;
   esac

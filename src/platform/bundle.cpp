@@ -22,13 +22,23 @@ PlistPtr readPlist(const std::filesystem::path& path) {
   return PlistPtr(root, &plist_free);
 }
 
+std::optional<std::filesystem::path>& namedMainBundle() {
+  static std::optional<std::filesystem::path> url;
+  return url;
+}
+
 std::filesystem::path findMainBundle() {
   if (const char* env = std::getenv("ORVANE_BUNDLE"); env && *env) return env;
+  if (namedMainBundle()) return *namedMainBundle();
   auto exe = executablePath();
   auto dir = exe.parent_path();
   if (dir.filename() == "MacOS" && dir.parent_path().filename() == "Contents")
     return dir.parent_path().parent_path();
-  // Tools built beside the bundle use it as their own.
+  // Tools installed in <prefix>/bin use <prefix>/lib/orvane's bundle; tools
+  // built beside the bundle use it as their own.
+  auto installed = dir.parent_path() / "lib" / "orvane" / "Orvane IME.app";
+  std::error_code ec;
+  if (dir.filename() == "bin" && std::filesystem::is_directory(installed, ec)) return installed;
   return dir.parent_path() / "Orvane IME.app";
 }
 
@@ -39,6 +49,8 @@ std::filesystem::path executablePath() {
   auto p = std::filesystem::read_symlink("/proc/self/exe", ec);
   return ec ? std::filesystem::path() : p;
 }
+
+void Bundle::setMainBundleURL(std::filesystem::path url) { namedMainBundle() = std::move(url); }
 
 const Bundle& Bundle::main() {
   static const Bundle bundle(findMainBundle());

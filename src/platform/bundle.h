@@ -15,6 +15,10 @@ class Bundle {
   explicit Bundle(std::filesystem::path url) : url_(std::move(url)) {}
 
   static const Bundle& main();
+  // A front-end loaded into another program (the Fcitx5 addon) has no
+  // executable of its own to find the bundle from, so it names the bundle
+  // before the first use of main(); ORVANE_BUNDLE still wins.
+  static void setMainBundleURL(std::filesystem::path url);
 
   const std::filesystem::path& bundleURL() const { return url_; }
   std::filesystem::path resourceURL() const { return url_ / "Contents" / "Resources"; }

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "app/log.h"
+#include "platform/application.h"
 #include "platform/protocol_io.h"
 #include "platform/services.h"
 
@@ -58,9 +59,5 @@ class ProtocolLogSink final : public Log::Sink {
  private:
   ProtocolWriter& writer_;
 };
-
-// The program inside an application bundle: Contents/MacOS/<CFBundleExecutable>,
-// or the only file in Contents/MacOS when the property list names none.
-std::optional<std::filesystem::path> applicationExecutable(const std::filesystem::path& application);
 
 }  // namespace orvane::platform
