@@ -21,12 +21,16 @@ for option in "$@"; do
   esac
 done
 
-for tool in dpkg-buildpackage dh lintian fakeroot dbus-run-session fcitx5 gdbus; do
+for tool in dpkg-buildpackage dh lintian fakeroot dbus-run-session dbus-send fcitx5; do
   if ! command -v "$tool" >/dev/null; then
     echo "error: $tool is missing: run scripts/install-deps.sh --package" >&2
     exit 1
   fi
 done
+if ! perl -MNet::DBus -e 1 2>/dev/null; then
+  echo "error: Perl's Net::DBus is missing: run scripts/install-deps.sh --package" >&2
+  exit 1
+fi
 if ! unmet=$(dpkg-checkbuilddeps 2>&1); then
   echo "error: ${unmet#dpkg-checkbuilddeps: error: }; run scripts/install-deps.sh --package" >&2
   exit 1
@@ -51,8 +55,19 @@ mkdir "$scratch/orvane"
 git ls-files -z --cached --others --exclude-standard |
   tar --null --files-from=- --ignore-failed-read -cf - 2>/dev/null | tar -C "$scratch/orvane" -xf -
 
+# Sets cpu to the CPU seconds of the programs this shell waited for: a
+# figure of the build that does not depend on what else the machine is
+# doing. Called in this shell, not in a substitution, which would count
+# only its own children.
+children_cpu() {
+  times >"$scratch/times"
+  cpu=$(tail -n 1 "$scratch/times" | awk '{ split($1, u, /[ms]/); split($2, s, /[ms]/); printf "%d", u[1] * 60 + u[2] + s[1] * 60 + s[2] }')
+}
+
 echo "== Building the package (log: $scratch/build.log)"
 started=$(date +%s)
+children_cpu
+cpu_before=$cpu
 if ! (cd "$scratch/orvane" &&
   DEB_BUILD_OPTIONS=${DEB_BUILD_OPTIONS-nocheck} dpkg-buildpackage -us -uc -b) >"$scratch/build.log" 2>&1; then
   tail -n 40 "$scratch/build.log" >&2
@@ -60,7 +75,9 @@ if ! (cd "$scratch/orvane" &&
   exit 1
 fi
 elapsed=$(($(date +%s) - started))
-echo "   built in $((elapsed / 60)) min $((elapsed % 60)) s"
+children_cpu
+echo "   built in $((elapsed / 60)) min $((elapsed % 60)) s, $((cpu - cpu_before)) s of CPU time," \
+  "with the load average at $(cut -d ' ' -f 1 /proc/loadavg) on $(nproc) processors"
 
 changes=$(ls "$scratch"/orvane_*.changes)
 deb=$(ls "$scratch"/orvane_*_"$(dpkg --print-architecture)".deb)
@@ -106,34 +123,62 @@ else
 fi
 
 echo "== Fcitx5 with the installed engine"
-# Fcitx5 reads the addon's files from these variables; a private session
-# bus keeps it away from any desktop running here.
-fcitx_env=(FCITX_ADDON_DIRS="$root/usr/lib/$multiarch/fcitx5:/usr/lib/$multiarch/fcitx5"
-  FCITX_DATA_DIRS="$root/usr/share/fcitx5:/usr/share/fcitx5")
-cat >"$scratch/fcitx-check.sh" <<'EOF'
-set -u
-fcitx5 --disable=all --enable=dbus,orvane --verbose='*=4' >"$1" 2>&1 &
+# Fcitx5 finds the addon's files through these variables and reads its
+# profile (Orvane in the group) from the fresh user's configuration; a
+# private session bus keeps it away from any desktop running here. An input
+# context made over Fcitx5's DBus interface types romaji into the engine.
+mkdir -p "$home/config/fcitx5"
+printf '%s\n' '[Groups/0]' 'Name=Default' 'Default Layout=us' 'DefaultIM=orvane' '' \
+  '[Groups/0/Items/0]' 'Name=keyboard-us' 'Layout=' '' '[Groups/0/Items/1]' 'Name=orvane' 'Layout=' '' \
+  '[GroupOrder]' '0=Default' >"$home/config/fcitx5/profile"
+cat >"$scratch/type.pl" <<'PERL'
+use strict;
+use warnings;
+use Net::DBus qw(:typing);
+use Net::DBus::Reactor;
+
+my $fcitx = Net::DBus->session->get_service("org.fcitx.Fcitx5");
+my $controller = $fcitx->get_object("/controller", "org.fcitx.Fcitx.Controller1");
+my $im = $fcitx->get_object("/org/freedesktop/portal/inputmethod", "org.fcitx.Fcitx.InputMethod1");
+my ($path) = $im->CreateInputContext([["program", "package-check"]]);
+my $ic = $fcitx->get_object($path, "org.fcitx.Fcitx.InputContext1");
+my $committed = "";
+$ic->connect_to_signal("CommitString", sub { $committed .= shift; });
+$ic->FocusIn();
+$controller->SetCurrentIM("orvane");
+print "input method: ", $controller->CurrentInputMethod(), "\n";
+# The romaji as key symbols, then Space and Return.
+for my $key (map(ord, split //, $ARGV[0]), 0x20, 0xff0d) {
+  $ic->ProcessKeyEvent(dbus_uint32($key), dbus_uint32(0), dbus_uint32(0), dbus_boolean(0), dbus_uint32(0));
+}
+my $reactor = Net::DBus::Reactor->main;
+$reactor->add_timeout(500, Net::DBus::Callback->new(method => sub { $reactor->shutdown }));
+$reactor->run;
+utf8::decode($committed) unless utf8::is_utf8($committed);
+binmode STDOUT, ":encoding(UTF-8)";
+print "committed: $committed\n";
+PERL
+cat >"$scratch/fcitx.sh" <<'SH'
+fcitx5 --disable=all --enable=dbus,dbusfrontend,keyboard,orvane >"$1" 2>&1 &
 fcitx=$!
-ims=
 for _ in $(seq 100); do
-  ims=$(gdbus call --session --dest org.fcitx.Fcitx5 --object-path /controller \
-    --method org.fcitx.Fcitx.Controller1.AvailableInputMethods 2>/dev/null) && break
+  dbus-send --session --print-reply --dest=org.freedesktop.DBus /org/freedesktop/DBus \
+    org.freedesktop.DBus.NameHasOwner string:org.fcitx.Fcitx5 2>/dev/null | grep -q "boolean true" && break
   sleep 0.1
 done
-loaded=$(gdbus call --session --dest org.fcitx.Fcitx5 --object-path /controller \
-  --method org.fcitx.Fcitx.Controller1.AddonForIM orvane 2>/dev/null)
-kill "$fcitx" 2>/dev/null
+perl "$2" watashihanihonjindesu
+kill "$fcitx"
 wait "$fcitx" 2>/dev/null
-echo "$ims"
-echo "addon: $loaded"
-EOF
-fcitx_out=$(run env "${fcitx_env[@]}" timeout 60 dbus-run-session -- bash "$scratch/fcitx-check.sh" \
-  "$scratch/fcitx5.log" 2>/dev/null) || true
-if [[ $fcitx_out == *"'orvane', 'Orvane'"* && $fcitx_out == *"addon: ('orvane',)"* ]]; then
-  echo "   Fcitx5 lists the input method orvane, from the addon orvane"
+SH
+fcitx_out=$(run FCITX_ADDON_DIRS="$root/usr/lib/$multiarch/fcitx5:/usr/lib/$multiarch/fcitx5" \
+  FCITX_DATA_DIRS="$root/usr/share/fcitx5:/usr/share/fcitx5" \
+  timeout 120 dbus-run-session -- bash "$scratch/fcitx.sh" "$scratch/fcitx5.log" "$scratch/type.pl" 2>&1) || true
+if [[ $fcitx_out == *"input method: orvane"* && $fcitx_out == *"committed: 私は日本人です"* ]]; then
+  echo "   Fcitx5 loads the engine; watashihanihonjindesu, Space, Return commit 私は日本人です"
 else
-  sed 's/^/   /' "$scratch/fcitx5.log" >&2
-  fail "Fcitx5 did not find the engine in the installed files"
+  sed 's/^/   /' <<<"$fcitx_out" >&2
+  sed 's/^/   fcitx5: /' "$scratch/fcitx5.log" >&2
+  fail "Fcitx5 did not convert with the installed engine"
 fi
 
 if [ -n "$bench" ]; then
