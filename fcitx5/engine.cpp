@@ -37,6 +37,16 @@ fcitx::InputContext* contextOf(platform::CandidatePanelDataSource* source) {
   return client ? &client->inputContext() : nullptr;
 }
 
+fs::path thisLibrary() {
+  Dl_info info{};
+  if (::dladdr(reinterpret_cast<void*>(&bundleForAddon), &info) == 0 || !info.dli_fname) return {};
+  std::error_code ec;
+  auto path = fs::canonical(info.dli_fname, ec);
+  return ec ? fs::path(info.dli_fname) : path;
+}
+
+}  // namespace
+
 // Without the word lists and the connection table a conversion can offer
 // only the kana; the files' own readers say nothing of missing files.
 void reportMissingData() {
@@ -51,16 +61,6 @@ void reportMissingData() {
     return;
   }
 }
-
-fs::path thisLibrary() {
-  Dl_info info{};
-  if (::dladdr(reinterpret_cast<void*>(&bundleForAddon), &info) == 0 || !info.dli_fname) return {};
-  std::error_code ec;
-  auto path = fs::canonical(info.dli_fname, ec);
-  return ec ? fs::path(info.dli_fname) : path;
-}
-
-}  // namespace
 
 fs::path bundleForAddon(const fs::path& library) {
   // <prefix>/lib/<triplet>/fcitx5/orvane.so and <prefix>/lib/orvane/.

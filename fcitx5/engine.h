@@ -113,6 +113,10 @@ class OrvaneEngine final : public fcitx::InputMethodEngineV2 {
 // addon folder (<prefix>/lib/orvane), else the build tree's.
 std::filesystem::path bundleForAddon(const std::filesystem::path& library);
 
+// Logs, at start-up, that conversion can offer only kana because the word
+// lists or the connection table are missing; nothing when they are there.
+void reportMissingData();
+
 class OrvaneEngineFactory final : public fcitx::AddonFactory {
  public:
   fcitx::AddonInstance* create(fcitx::AddonManager* manager) override;

@@ -273,5 +273,21 @@ TEST_F(EngineTest, TheMenuIsInTheStatusArea) {
   EXPECT_EQ(pasteboard->contents(), "log stream --predicate 'subsystem == \"com.orvane.inputmethod.OrvaneIME\"'");
 }
 
+TEST_F(EngineTest, WithoutTheDataTypingGivesKanaAndTheLogSaysWhy) {
+  orvane::testing::Environment empty;  // no word lists, no connection table
+  reportMissingData();
+  auto errors = fcitx.log().lines;
+  std::erase_if(errors, [](const auto& line) { return line.level != Log::Level::error; });
+  ASSERT_EQ(errors.size(), 1u);
+  EXPECT_EQ(errors[0].level, Log::Level::error);
+  EXPECT_TRUE(errors[0].message.starts_with("dictionary load failed: " +
+                                            (empty.mozcDirectory() / "mozc.tsv").string()));
+  fcitx.type(ic, "kanji");
+  EXPECT_TRUE(fcitx.press(ic, "space"));
+  EXPECT_EQ(preedit(), "かんじ");
+  EXPECT_TRUE(fcitx.press(ic, "Return"));
+  EXPECT_EQ(commits(), std::vector<std::string>{"かんじ"});
+}
+
 }  // namespace
 }  // namespace orvane::fcitx5
