@@ -1,7 +1,9 @@
 #include "engine.h"
 
 #include <dlfcn.h>
+#include <systemd/sd-event.h>
 
+#include <fcitx-utils/event.h>
 #include <fcitx/addonmanager.h>
 #include <fcitx/inputcontext.h>
 #include <fcitx/inputcontextmanager.h>
@@ -139,6 +141,16 @@ OrvaneEngine::OrvaneEngine(fcitx::Instance& instance)
   modeMenu_.addAction(&directAction_);
   modeAction_.setMenu(&modeMenu_);
   instance_.inputContextManager().registerProperty(std::string(propertyName), &factory_);
+  // Fcitx5 closes its DBus connections as its event loop exits, before it
+  // saves, drops the input contexts and unloads the engine. An exit source
+  // that runs before the connections' own gives the applications what they
+  // were typing while they can still receive it, whether Fcitx5 was told to
+  // exit, to restart or to make way for another one, or got SIGTERM.
+  if (std::string_view(fcitx::EventLoop::impl()) == "sd-event") {
+    auto* loop = static_cast<sd_event*>(instance_.eventLoop().nativeHandle());
+    if (sd_event_add_exit(loop, &exitSource_, &OrvaneEngine::onExit, this) >= 0)
+      sd_event_source_set_priority(exitSource_, SD_EVENT_PRIORITY_IMPORTANT);
+  }
   // A context can go while it converts (its window closed) without losing
   // focus first; what it held goes to the application as on leaving it.
   destroyWatcher_ = instance_.watchEvent(
@@ -147,12 +159,12 @@ OrvaneEngine::OrvaneEngine(fcitx::Instance& instance)
         auto& s = state(ic);
         s.client().setClosing();
         panel_->forget(&ic);
-        if (auto* controller = s.existingController(); controller && !controller->composer().isEmpty())
-          controller->deactivateServer(&s.client());
+        keepComposition(s);
       });
 }
 
 OrvaneEngine::~OrvaneEngine() {
+  sd_event_source_disable_unref(exitSource_);
   destroyWatcher_.reset();
   // The controllers go before the panel they may be showing.
   factory_.unregister();
@@ -163,6 +175,20 @@ OrvaneEngine::~OrvaneEngine() {
 
 ContextState& OrvaneEngine::state(fcitx::InputContext& inputContext) {
   return *inputContext.propertyFor(&factory_);
+}
+
+int OrvaneEngine::onExit(sd_event_source*, void* engine) {
+  auto& self = *static_cast<OrvaneEngine*>(engine);
+  self.instance_.inputContextManager().foreach([&self](fcitx::InputContext* ic) {
+    self.keepComposition(self.state(*ic));
+    return true;
+  });
+  return 0;
+}
+
+void OrvaneEngine::keepComposition(ContextState& s) {
+  if (auto* controller = s.existingController(); controller && !controller->composer().isEmpty())
+    controller->deactivateServer(&s.client());
 }
 
 void OrvaneEngine::keyEvent(const fcitx::InputMethodEntry&, fcitx::KeyEvent& keyEvent) {

@@ -23,6 +23,8 @@
 #include "fcitx_client.h"
 #include "services.h"
 
+struct sd_event_source;
+
 namespace orvane::fcitx5 {
 
 class OrvaneEngine;
@@ -89,6 +91,9 @@ class OrvaneEngine final : public fcitx::InputMethodEngineV2 {
   explicit OrvaneEngine(fcitx::Instance& instance);
   void addMenuActions(const InputController& controller);
   void showMode(fcitx::InputContext& inputContext);
+  // Commits what the context is composing or converting, as leaving it does.
+  void keepComposition(ContextState& s);
+  static int onExit(sd_event_source* source, void* engine);
 
   fcitx::Instance& instance_;
   std::shared_ptr<Log::Sink> systemLog_;
@@ -104,6 +109,7 @@ class OrvaneEngine final : public fcitx::InputMethodEngineV2 {
   std::vector<std::unique_ptr<EngineAction>> menuActions_;
   std::optional<InputController::InputMode> shownMode_;
   std::unique_ptr<fcitx::HandlerTableEntry<fcitx::EventHandler>> destroyWatcher_;
+  sd_event_source* exitSource_ = nullptr;
 
   // Last, so that the states and their controllers go first.
   fcitx::FactoryFor<ContextState> factory_;

@@ -45,23 +45,7 @@ for _ in $(seq 50); do xdpyinfo >/dev/null 2>&1 && break; sleep 0.1; done
 # A private Fcitx5 profile: Orvane the only input method, active at once.
 export XDG_CONFIG_HOME=$work/config XDG_DATA_HOME=$work/data
 mkdir -p "$XDG_CONFIG_HOME/fcitx5/conf"
-cat >"$XDG_CONFIG_HOME/fcitx5/profile" <<'PROFILE'
-[Groups/0]
-Name=Default
-Default Layout=us
-DefaultIM=orvane
-
-[Groups/0/Items/0]
-Name=keyboard-us
-Layout=
-
-[Groups/0/Items/1]
-Name=orvane
-Layout=
-
-[GroupOrder]
-0=Default
-PROFILE
+cp fcitx5/testing/profile "$XDG_CONFIG_HOME/fcitx5/profile"
 cat >"$XDG_CONFIG_HOME/fcitx5/config" <<'CONFIG'
 [Behavior]
 ActiveByDefault=True

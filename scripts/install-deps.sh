@@ -13,6 +13,8 @@ packages=(
   libicu-dev libharfbuzz-dev libfreetype-dev libfontconfig-dev libplist-dev nlohmann-json3-dev
   fonts-noto-color-emoji help2man
   fcitx5 fcitx5-modules fcitx5-modules-dev libfcitx5core-dev dbus-daemon dbus-bin
+  # sd-bus and sd-event: the engine's exit hook and the DBus test's client.
+  libsystemd-dev
 )
 want_data=
 for option in "$@"; do

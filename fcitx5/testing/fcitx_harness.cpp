@@ -38,10 +38,9 @@ void writeTestDictionary(const orvane::testing::Environment& env) {
 fs::path makeBundle(const fs::path& root, const fs::path* mozc) {
   auto bundle = root / "Orvane IME.app";
   fs::create_directories(bundle / "Contents" / "Resources");
-  fs::copy_file(fs::path(ORVANE_SOURCE_DIR) / "data" / "Info.plist", bundle / "Contents" / "Info.plist",
-                fs::copy_options::overwrite_existing);
-  fs::copy_file(fs::path(ORVANE_SOURCE_DIR) / "data" / "dictionary.txt",
-                bundle / "Contents" / "Resources" / "dictionary.txt", fs::copy_options::overwrite_existing);
+  const fs::path built = ORVANE_BUILD_BUNDLE_DIR;
+  for (const auto* file : {"Info.plist", "Resources/dictionary.txt"})
+    fs::copy_file(built / "Contents" / file, bundle / "Contents" / file, fs::copy_options::overwrite_existing);
   if (mozc) fs::create_directory_symlink(*mozc, bundle / "Contents" / "Resources" / "Mozc");
   return bundle;
 }

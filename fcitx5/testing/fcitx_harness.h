@@ -27,8 +27,9 @@ namespace orvane::fcitx5::testing {
 // are single nouns, so that かんじねこ is two clauses.
 void writeTestDictionary(const orvane::testing::Environment& env);
 
-// A bundle under `root`: the property list and default dictionary of the
-// source tree, and Resources/Mozc linked to `mozc` when given.
+// A copy of the build tree's bundle under `root`: its property list and
+// default dictionary, and Resources/Mozc linked to `mozc` when given (the
+// build tree's data may not be built, and tests convert with their own).
 std::filesystem::path makeBundle(const std::filesystem::path& root, const std::filesystem::path* mozc);
 
 class FcitxHarness {
