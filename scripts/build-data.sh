@@ -38,6 +38,7 @@ sources=("$mkdict" "$counts"
   /usr/share/unicode/cldr/common/annotations/ja.xml
   /usr/share/unicode/cldr/common/annotationsDerived/ja.xml
   /usr/share/skk/SKK-JISYO.L
+  /usr/share/skk/SKK-JISYO.propernoun
   /usr/share/edict/edict)
 existing=()
 for s in "${sources[@]}"; do

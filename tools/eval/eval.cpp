@@ -131,6 +131,27 @@ bool reachable(const std::vector<std::vector<std::string>>& clauses, std::string
   return !contains && std::find(states.begin(), states.end(), text.size()) != states.end();
 }
 
+std::optional<std::size_t> clausesOffFirst(const std::vector<std::vector<std::string>>& clauses,
+                                           std::string_view text) {
+  // Bytes of `text` spelled so far -> fewest clauses off their first candidate.
+  std::map<std::size_t, std::size_t> states = {{0, 0}};
+  for (const auto& candidates : clauses) {
+    std::map<std::size_t, std::size_t> next;
+    for (const auto& [at, off] : states)
+      for (std::size_t i = 0; i < candidates.size(); ++i) {
+        const std::string& c = candidates[i];
+        if (c.empty() || text.compare(at, c.size(), c) != 0) continue;
+        const std::size_t cost = off + (i == 0 ? 0 : 1);
+        auto [it, fresh] = next.emplace(at + c.size(), cost);
+        if (!fresh) it->second = std::min(it->second, cost);
+      }
+    states = std::move(next);
+    if (states.empty()) return std::nullopt;
+  }
+  if (auto it = states.find(text.size()); it != states.end()) return it->second;
+  return std::nullopt;
+}
+
 Outcome judge(const Item& item, const std::vector<Clause>& clauses, std::size_t firstCandidates) {
   Outcome outcome;
   outcome.item = &item;
@@ -145,6 +166,16 @@ Outcome judge(const Item& item, const std::vector<Clause>& clauses, std::size_t 
                         reachable(outcome.clauses, expected, item.containsCheck, firstCandidates);
   }
   if (!item.containsCheck) {
+    for (const auto& expected : item.expected) {
+      const auto off = clausesOffFirst(outcome.clauses, expected);
+      if (!off) continue;
+      const std::size_t first = outcome.clauses.size() - *off;
+      if (!outcome.boundariesRight || first > outcome.clausesFirst) {
+        outcome.boundariesRight = true;
+        outcome.clauseCount = outcome.clauses.size();
+        outcome.clausesFirst = first;
+      }
+    }
     bool first = true;
     for (const auto& expected : item.expected) {
       const std::size_t errors = editDistance(outcome.top, expected);
@@ -164,6 +195,13 @@ void add(Summary& summary, const Outcome& outcome) {
   summary.reachable += outcome.reachable;
   summary.errors += outcome.errors;
   summary.length += outcome.length;
+  summary.boundariesRight += outcome.boundariesRight;
+  summary.clauses += outcome.clauseCount;
+  summary.clausesFirst += outcome.clausesFirst;
+  if (!outcome.correct && !outcome.item->containsCheck) {
+    if (outcome.boundariesRight) ++summary.rankingMisses;
+    else ++summary.segmentationMisses;
+  }
 }
 
 std::string describeFailure(const Outcome& outcome) {
@@ -175,6 +213,7 @@ std::string describeFailure(const Outcome& outcome) {
   std::string out = outcome.item->reading + "\t" + outcome.item->expected.front() +
                     (outcome.item->containsCheck ? " (contained)" : "") + "\t-> " + split;
   if (outcome.reachable) out += "\t(reachable)";
+  if (outcome.boundariesRight) out += "\t(boundaries right)";
   return out;
 }
 

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -44,7 +45,17 @@ struct Outcome {
   bool reachable = false;   // reachable from the first candidates of each clause
   std::size_t errors = 0;   // edit distance in characters to the nearest expected text
   std::size_t length = 0;   // characters of that expected text
+  // Clause boundaries right: the expected text splits into one piece per
+  // clause, each piece among that clause's candidates (exact checks only).
+  bool boundariesRight = false;
+  std::size_t clauseCount = 0;      // clauses of a reading whose boundaries are right
+  std::size_t clausesFirst = 0;     // of them, clauses whose first candidate is their piece
 };
+
+// The fewest clauses that must leave their first candidate for the clauses
+// to spell `text` (any candidate of each, in order); nothing when no choice
+// of candidates spells it.
+std::optional<std::size_t> clausesOffFirst(const std::vector<std::vector<std::string>>& clauses, std::string_view text);
 
 // `firstCandidates` bounds how deep into each clause's list a user would look.
 Outcome judge(const Item& item, const std::vector<Clause>& clauses, std::size_t firstCandidates);
@@ -62,6 +73,12 @@ struct Summary {
   std::size_t reachable = 0;
   std::size_t errors = 0;   // over items that are not contains-checks
   std::size_t length = 0;
+  std::size_t boundariesRight = 0;  // readings whose clause boundaries are right
+  std::size_t clauses = 0;          // their clauses
+  std::size_t clausesFirst = 0;     // of those, first candidate right
+  std::size_t rankingMisses = 0;    // wrong readings with right boundaries
+  std::size_t segmentationMisses = 0;  // wrong readings whose clauses cannot spell the text
+  double clauseTop1() const { return clauses ? double(clausesFirst) / clauses : 0; }
   double seconds = 0;
   double top1() const { return items ? double(correct) / items : 0; }
   double characterErrorRate() const { return length ? double(errors) / length : 0; }

@@ -56,7 +56,9 @@ TEST(JudgeTest, TopOneErrorsAndContainsChecks) {
   EXPECT_FALSE(outcome.correct);
   EXPECT_TRUE(outcome.reachable) << "今日 and 晴れ are both second candidates";
   EXPECT_EQ(outcome.errors, 2u);  // nearest expected text: one insertion, one substitution
-  EXPECT_EQ(describeFailure(outcome), "きょうはれ\t今日晴れ\t-> 今日は|レ\t(reachable)");
+  EXPECT_EQ(describeFailure(outcome), "きょうはれ\t今日晴れ\t-> 今日は|レ\t(reachable)\t(boundaries right)");
+  EXPECT_TRUE(outcome.boundariesRight);
+  EXPECT_EQ(outcome.clausesFirst, 0u) << "both clauses need their second candidate";
   EXPECT_FALSE(judge(item, clauses, 1).reachable);
 
   Item contained{"きょうはれ", {"はレ"}, true, 2};
@@ -69,6 +71,33 @@ TEST(JudgeTest, TopOneErrorsAndContainsChecks) {
   add(summary, outcome);
   EXPECT_DOUBLE_EQ(summary.top1(), 0.5);
   EXPECT_DOUBLE_EQ(summary.characterErrorRate(), 0.5);
+}
+
+TEST(ClauseTest, BoundariesAndFirstCandidatesTellRankingFromSegmentation) {
+  const std::vector<std::vector<std::string>> clauses = {{"私は", "わたしは"}, {"気", "木"}, {"です"}};
+  using Case = std::tuple<std::string, std::optional<std::size_t>>;  // text, clauses off their first candidate
+  for (const auto& [text, off] : {
+           Case{"私は気です", 0}, Case{"わたしは木です", 2}, Case{"私は木です", 1},
+           Case{"私は気", std::nullopt},        // the last clause spells nothing of it
+           Case{"私は来です", std::nullopt},    // no candidate of the clause
+           Case{"私は気ですね", std::nullopt},  // text left over
+       })
+    EXPECT_EQ(clausesOffFirst(clauses, text), off) << text;
+
+  // One reading right, one ranking miss, one segmentation miss, one contains-check.
+  const std::vector<Clause> converted = {clause({"私は", "わたしは"}), clause({"気", "木"}), clause({"です"})};
+  const Item right{"わたしはきです", {"私は気です"}, false, 1};
+  const Item ranking{"わたしはきです", {"私は木です"}, false, 2};
+  const Item segmentation{"わたしはきです", {"私吐きです"}, false, 3};
+  const Item contained{"わたしはきです", {"吐き"}, true, 4};
+  Summary summary;
+  for (const Item* item : {&right, &ranking, &segmentation, &contained}) add(summary, judge(*item, converted, 10));
+  EXPECT_EQ(summary.boundariesRight, 2u);
+  EXPECT_EQ(summary.clauses, 6u);
+  EXPECT_EQ(summary.clausesFirst, 5u);
+  EXPECT_DOUBLE_EQ(summary.clauseTop1(), 5.0 / 6.0);
+  EXPECT_EQ(summary.rankingMisses, 1u);
+  EXPECT_EQ(summary.segmentationMisses, 1u) << "contains-checks are neither";
 }
 
 TEST(EditDistanceTest, CountsGraphemeClusters) {

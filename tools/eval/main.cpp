@@ -31,6 +31,14 @@ would, with no learned choices, boundaries or user dictionary, and reports:
             expected text (edit distance over grapheme clusters / length)
   reachable share of readings that one of the first N candidates of each
             clause can spell (the clause split of the first conversion kept)
+  clauses   the clause-level figure: a reading's clause boundaries are right
+            when its expected text splits into one piece per clause of the
+            first conversion, each piece among that clause's candidates;
+            over the clauses of such readings, the share whose first
+            candidate is its piece. Wrong readings are sorted into ranking
+            misses (boundaries right, some clause's first candidate wrong)
+            and segmentation misses (no choice of candidates within the
+            clauses as cut spells the text: a wrong cut or a missing word)
   time      conversion time per reading
 
 File layouts, told apart line by line ("#" lines are comments):
@@ -43,7 +51,8 @@ Options:
   --data DIR      the data directory (default: the bundle's Resources/Mozc)
   --depth N       candidates per clause for "reachable" (default 10)
   --failures      list every wrong conversion with its clause split
-  --tsv           one summary line per file: file, readings, top-1, CER, reachable, ms per reading
+  --tsv           one summary line per file: file, readings, top-1, CER, reachable, ms per reading,
+                  clause top-1, ranking misses, segmentation misses
   -h, --help      this text
 )";
 
@@ -126,14 +135,19 @@ int main(int argc, char** argv) {
     }
     const double perReading = summary.items ? summary.seconds * 1000 / summary.items : 0;
     if (tsv) {
-      std::printf("%s\t%zu\t%.3f\t%.3f\t%.3f\t%.2f\n", file.filename().c_str(), summary.items, summary.top1(),
-                  summary.characterErrorRate(), summary.reachableShare(), perReading);
+      std::printf("%s\t%zu\t%.3f\t%.3f\t%.3f\t%.2f\t%.3f\t%zu\t%zu\n", file.filename().c_str(), summary.items,
+                  summary.top1(), summary.characterErrorRate(), summary.reachableShare(), perReading,
+                  summary.clauseTop1(), summary.rankingMisses, summary.segmentationMisses);
     } else {
       std::printf("%s (%s): %zu readings, %zu lines skipped\n", file.c_str(), set.format.c_str(), summary.items,
                   set.skippedLines);
       std::printf("  top-1 %.3f (%zu/%zu)  CER %.3f  reachable@%zu %.3f  %.2f ms per reading\n", summary.top1(),
                   summary.correct, summary.items, summary.characterErrorRate(), depth, summary.reachableShare(),
                   perReading);
+      std::printf("  clauses: boundaries right in %zu readings, first candidate right in %.3f of their %zu clauses; "
+                  "misses: %zu ranking, %zu segmentation\n",
+                  summary.boundariesRight, summary.clauseTop1(), summary.clauses, summary.rankingMisses,
+                  summary.segmentationMisses);
     }
     if (failures)
       for (const auto& line : wrong) std::printf("  %s\n", line.c_str());

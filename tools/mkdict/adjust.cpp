@@ -27,7 +27,6 @@ constexpr std::size_t skkWordMinimumReading = 3;
 constexpr int32_t skkWordLengthCredit = 400;
 constexpr int32_t skkWordFloor = 4000;
 constexpr int32_t shortReadingPenalty = 1500;
-constexpr int32_t dependentKanjiPenalty = 2000;
 constexpr int32_t honorificKanjiPenalty = 1000;
 constexpr int32_t rareKanjiPenalty = 1000;
 // What the converter charges a content word written all in hiragana.
@@ -75,7 +74,6 @@ bool setAdjustment(Adjustments& adjustments, std::string_view name, bool on) {
   else if (name == "short-readings") adjustments.shortReadings = on;
   else if (name == "kana-spellings") adjustments.kanaSpellings = on;
   else if (name == "skk-words") adjustments.skkWords = on;
-  else if (name == "dependent-kana") adjustments.dependentKana = on;
   else if (name == "honorific-kana") adjustments.honorificKana = on;
   else if (name == "rare-kanji") adjustments.rareKanji = on;
   else if (name == "edict-words") adjustments.edictWords = on;
@@ -110,6 +108,14 @@ SKKDictionary readSKK(const fs::path& file, Diagnostics& diagnostics) {
     }
   }
   return skk;
+}
+
+void mergeSKK(SKKDictionary& into, const SKKDictionary& extra) {
+  for (const auto& [key, candidates] : extra) {
+    auto& listed = into[key];
+    for (const auto& candidate : candidates)
+      if (std::find(listed.begin(), listed.end(), candidate) == listed.end()) listed.push_back(candidate);
+  }
 }
 
 std::optional<std::pair<std::string, std::string>> stemKey(std::string_view reading, std::string_view surface) {
@@ -291,38 +297,6 @@ void penalizeShortReadings(Lexicon& lexicon) {
       word.cost += shortReadingPenalty;
 }
 
-void penalizeDependentKanji(Lexicon& lexicon) {
-  static constexpr std::string_view dependent[] = {"名詞,非自立,一般,", "名詞,非自立,助動詞語幹,", "名詞,非自立,形容動詞語幹,", "動詞,非自立,", "形容詞,非自立,", "助動詞,"};
-  // The kana spelling of each dependent word, under the same ids, costs what
-  // the cheapest spelling did; kanji spellings cost more.
-  std::map<std::tuple<std::string, int32_t, int32_t>, int32_t> kana;
-  for (const auto& word : lexicon.words) {
-    const auto& name = lexicon.grammar.names[word.leftID];
-    if (!std::any_of(std::begin(dependent), std::end(dependent), [&](std::string_view p) { return name.starts_with(p); }))
-      continue;
-    auto [it, fresh] = kana.emplace(std::tuple{word.reading, word.leftID, word.rightID}, word.cost);
-    if (!fresh) it->second = std::min(it->second, word.cost);
-  }
-  std::set<std::tuple<std::string, int32_t, int32_t>> spelled;
-  for (auto& word : lexicon.words) {
-    const std::tuple key{word.reading, word.leftID, word.rightID};
-    auto it = kana.find(key);
-    if (it == kana.end()) continue;
-    if (hasHan(word.surface)) {
-      word.cost += dependentKanjiPenalty;
-    } else if (word.surface == word.reading) {
-      word.cost = it->second;
-      spelled.insert(key);
-    }
-  }
-  for (const auto& [key, cost] : kana) {
-    const auto& [reading, left, right] = key;
-    const auto r = text::scalars(reading);
-    if (spelled.count(key) || !std::all_of(r.begin(), r.end(), isHiraganaScalar)) continue;
-    lexicon.words.push_back({reading, left, right, cost, reading});
-  }
-}
-
 void spellHonorificsInKana(Lexicon& lexicon) {
   constexpr std::string_view honorific = "御";
   std::map<std::tuple<std::string, int32_t, int32_t, std::string>, std::pair<int32_t, std::string>> kana;
@@ -439,7 +413,6 @@ void applyAdjustments(Lexicon& lexicon, const Adjustments& adjustments, const SK
   if (adjustments.numerals) penalizeNumerals(lexicon);
   if (adjustments.shortReadings) penalizeShortReadings(lexicon);
   if (adjustments.kanaSpellings) creditKanaSpellings(lexicon);
-  if (adjustments.dependentKana) penalizeDependentKanji(lexicon);
   if (adjustments.honorificKana) spellHonorificsInKana(lexicon);
   if (adjustments.rareKanji) penalizeRareKanji(lexicon);
   // Last: it measures against the costs every other rule has settled.

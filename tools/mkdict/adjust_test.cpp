@@ -56,6 +56,13 @@ TEST(SKKTest, ReadsCandidatesWithoutAnnotationsOrPrograms) {
   EXPECT_EQ(diagnostics.count(), 1u);
   EXPECT_THAT([&] { readSKK("/nonexistent/SKK-JISYO.L", diagnostics); },
               ::testing::ThrowsMessage<SourceError>(HasSubstr("skkdic")));
+
+  // An extra dictionary's candidates come after the main one's, once each.
+  SKKDictionary merged = skk;
+  mergeSKK(merged, readSKK(testdata / "skk/SKK-JISYO.extra", diagnostics));
+  EXPECT_THAT(merged.at("かんじ"), ElementsAre("漢字", "感じ", "幹事", "莞爾"));
+  EXPECT_THAT(merged.at("ほうりゅうじ"), ElementsAre("法隆寺"));
+  EXPECT_EQ(merged.size(), skk.size() + 1);
 }
 
 TEST(SKKTest, KeysSplitOkuriganaByItsFirstKana) {
@@ -153,18 +160,6 @@ TEST(CostRulesTest, FunctionWordsSpelledInKatakanaCostMore) {
   for (std::size_t i = 0; i < lexicon.words.size(); ++i) EXPECT_EQ(lexicon.words[i].cost, expected[i]) << i;
 }
 
-TEST(CostRulesTest, DependentWordsAreSpelledInKana) {
-  Lexicon lexicon = lexiconOf({{"ください", 7, 7, 7900, "下さい"}, {"こと", 8, 8, 6100, "事"},
-                               {"こと", 8, 8, 6500, "こと"}, {"こと", U, U, 5200, "事"}});
-  penalizeDependentKanji(lexicon);
-  ASSERT_EQ(lexicon.words.size(), 5u);
-  EXPECT_EQ(lexicon.words[0].cost, 9900);
-  EXPECT_EQ(lexicon.words[1].cost, 8100);
-  EXPECT_EQ(lexicon.words[2].cost, 6100) << "the kana spelling takes the cheapest spelling's cost";
-  EXPECT_EQ(lexicon.words[3].cost, 5200) << "事 as a common noun is not a dependent word";
-  EXPECT_EQ(lexicon.words[4], (WordEntry{"ください", 7, 7, 7900, "ください"}));
-}
-
 TEST(CostRulesTest, HonorificPrefixIsSpelledInKana) {
   Lexicon lexicon = lexiconOf({{"ごはん", U, U, 5000, "御飯"}, {"ごはん", U, U, 5600, "ご飯"},
                                {"ごじゆう", U, U, 4000, "御自由", "ut-skk.tsv"}, {"おんちゅう", U, U, 6000, "御中"},
@@ -187,11 +182,22 @@ TEST(CostRulesTest, BuildWithSKKMergesOrSeparatesTheAddedWordsAndCreditsThem) {
   options.cldr = testdata / "cldr";
   options.skk = testdata / "skk/SKK-JISYO.test";
   options.edict.reset();
+  // A missing extra dictionary leaves the build as it would be without it.
+  options.skkExtras = {dir / "SKK-JISYO.missing"};
   const std::string added = "けんざかい\t1851\t1851\t4700\t県境\n";
-  build(options, quiet);
+  const auto skipped = build(options, quiet).skipped;
+  ASSERT_EQ(skipped.size(), 1u);
+  EXPECT_THAT(skipped[0], HasSubstr("SKK-JISYO.missing: not found"));
   EXPECT_FALSE(fs::exists(dir / "Mozc/ut-skk.tsv"));
   EXPECT_THAT(readFile(dir / "Mozc/mozc.tsv"), HasSubstr(added));
   EXPECT_THAT(readFile(dir / "Mozc/CREDITS.txt"), HasSubstr("Fixture licence for the small SKK sample."));
+
+  EXPECT_THAT(readFile(dir / "Mozc/mozc.tsv"), Not(HasSubstr("法隆寺")));
+
+  options.skkExtras = {testdata / "skk/SKK-JISYO.extra"};
+  EXPECT_TRUE(build(options, quiet).skipped.empty());
+  EXPECT_THAT(readFile(dir / "Mozc/mozc.tsv"), HasSubstr("ほうりゅうじ\t1851\t1851\t4300\t法隆寺\n"));
+  EXPECT_THAT(readFile(dir / "Mozc/CREDITS.txt"), HasSubstr("SKK dictionary (SKK-JISYO.extra)"));
 
   options.separateLists = true;
   build(options, quiet);

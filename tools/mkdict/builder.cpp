@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "corpus.h"
+#include "language_model.h"
 #include "mkdict.h"
 
 namespace orvane::mkdict {
@@ -38,6 +39,18 @@ BuildResult build(const BuildOptions& options, const Progress& progress) {
 
   // The rules correct IPADIC's costs; Mozc's own costs are already tuned.
   if (!(mozc && !mozc->dictionaries.empty())) {
+    if (options.languageModel) {
+      const fs::path& dir = *options.languageModel;
+      progress("language model: reading " + dir.string());
+      const LanguageModel model = LanguageModel::load(dir);
+      const auto report = applyLanguageModel(lexicon, model);
+      progress("language model: " + std::to_string(model.size()) + " words; " + std::to_string(report.matched) +
+               " entries known whole, " + std::to_string(report.stemMatched) + " by their stem, " +
+               std::to_string(report.unknown) + " unseen");
+      credits.push_back({"libkkc-data word 3-gram language model", versionOf(dir, defaultLanguageModel, "libkkc-data"),
+                         "the order of the spellings of a reading by their frequency; rare kanji spellings",
+                         findLicence({dir / "COPYING", "/usr/share/doc/libkkc-data/copyright"}, "libkkc-data")});
+    }
     std::optional<SKKDictionary> skk;
     if (options.skk && (options.adjustments.skkOrder || options.adjustments.skkWords)) {
       progress("SKK: candidate order");
@@ -48,6 +61,18 @@ BuildResult build(const BuildOptions& options, const Progress& progress) {
                          "nouns and compounds missing from IPADIC",
                          findLicence({options.skk->parent_path() / "COPYING", "/usr/share/doc/skkdic/copyright"},
                                      "skkdic")});
+      for (const auto& extra : options.skkExtras) {
+        if (!fs::exists(extra)) {
+          result.skipped.push_back(extra.string() + ": not found (Debian package skkdic-extra); its words are left out");
+          continue;
+        }
+        mergeSKK(*skk, readSKK(extra, diagnostics));
+        credits.push_back({"SKK dictionary (" + extra.filename().string() + ")",
+                           versionOf(extra, defaultSKKExtra, "skkdic-extra"),
+                           "nouns missing from IPADIC, after those of " + options.skk->filename().string(),
+                           findLicence({extra.parent_path() / "COPYING", "/usr/share/doc/skkdic-extra/copyright"},
+                                       "skkdic-extra")});
+      }
     }
     std::optional<EdictDictionary> edict;
     if (options.edict &&

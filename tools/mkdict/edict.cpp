@@ -43,18 +43,17 @@ EdictEntry::Kind kindOf(const std::vector<std::string_view>& tags) {
   return EdictEntry::Kind::other;
 }
 
-// Verbs and adjectives: their part-of-speech name has a conjugation type.
-bool inflects(std::string_view partOfSpeech) {
-  const auto fields = split(partOfSpeech, ',');
-  return fields.size() > 4 && fields[4] != "*";
-}
-
 int32_t idNamed(const Grammar& grammar, std::string_view name) {
   auto it = std::find(grammar.names.begin(), grammar.names.end(), name);
   return it == grammar.names.end() ? userWordID : static_cast<int32_t>(it - grammar.names.begin());
 }
 
 }  // namespace
+
+bool inflects(std::string_view partOfSpeech) {
+  const auto fields = split(partOfSpeech, ',');
+  return fields.size() > 4 && fields[4] != "*";
+}
 
 EdictDictionary readEDICT(const fs::path& file, Diagnostics& diagnostics) {
   if (!fs::exists(file))

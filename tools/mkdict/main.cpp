@@ -42,6 +42,13 @@ Sources (each optional; at least one must give words):
                   skkdic), EUC-JP: orders homonyms and adds missing words
                   (rules skk-order, skk-words).
   --no-skk        do not read SKK.
+  --skk-extra FILE  another SKK-JISYO whose candidates follow the main one's
+                  under the same key (default /usr/share/skk/SKK-JISYO.propernoun,
+                  package skkdic-extra: proper nouns); may be given several
+                  times. A missing one is skipped with a line saying so.
+                  (SKK-JISYO.geo and .jinmei were measured: their place and
+                  person names split other words.)
+  --no-skk-extra  read no extra SKK dictionary.
   --edict FILE    EDICT (default /usr/share/edict/edict, package edict),
                   EUC-JP, "surface [reading] /(pos) gloss/.../(P)/": which
                   spellings are common (P), which words are usually written
@@ -55,6 +62,18 @@ Sources (each optional; at least one must give words):
                   5 uses and 3 times the next spelling's), that spelling
                   becomes its cheapest by 1000. Not used unless given;
                   --no-corpus turns it off again.
+  --lm DIR        a word 3-gram language model in the layout of Debian's
+                  libkkc-data (/usr/lib/x86_64-linux-gnu/libkkc/models/sorted3):
+                  data.1gram.index, a MARISA trie of "reading/surface" keys,
+                  and data.1gram, data.2gram, data.3gram, little-endian
+                  records of 6, 12 and 10 bytes. Its unigram probabilities
+                  re-cost IPADIC's content words before the rules run: a
+                  kanji spelling it never saw (whole, or a conjugated form by
+                  its stem: 行わ as 行, 変える as 変え) +500; the spellings of
+                  a reading it knows move a fifth of the way towards the
+                  reading's cheapest cost plus 1600 per factor of ten of
+                  rarity. Not used unless given; --no-lm turns it off again.
+                  A malformed file is an error naming it and the byte offset.
   --mozc DIR      a Mozc source tree (or a flat directory of its files):
                   src/data/dictionary_oss/dictionary*.txt with id.def and
                   connection_single_column.txt replace IPADIC's words and costs;
@@ -103,12 +122,6 @@ as they are). Each is a general rule, deterministic, named for --without:
   short-readings     +1500 for kanji words read with one kana (胃 い, 派 は),
                      counters (名詞,接尾,助数詞) aside: they compete with
                      particles everywhere.
-  dependent-kana     formal nouns (名詞,非自立 一般, 助動詞語幹 and
-                     形容動詞語幹: 事, 時, 様; not the adverbial 以外, 中),
-                     dependent verbs and adjectives and auxiliaries (下さい,
-                     欲しい) are spelled in kana: the kana spelling, under the
-                     same ids, gets the cheapest spelling's cost (and is
-                     added where IPADIC lacks it), kanji spellings +2000.
   honorific-kana     words beginning with the prefix 御 read ご or お, where
                      the rest is a word of its own or the kana spelling is
                      one already (御自由, 御飯; not 御殿, 御所), get a twin
@@ -177,6 +190,7 @@ struct Options {
 
 Options parse(int argc, char** argv) {
   Options options;
+  bool extrasGiven = false;
   for (int i = 1; i < argc; ++i) {
     const std::string arg = argv[i];
     auto value = [&]() -> std::string {
@@ -194,6 +208,11 @@ Options parse(int argc, char** argv) {
     else if (arg == "--mozc") options.build.mozc = fs::path(value());
     else if (arg == "--skk") options.build.skk = fs::path(value());
     else if (arg == "--no-skk") options.build.skk.reset();
+    else if (arg == "--skk-extra") {
+      if (!extrasGiven) options.build.skkExtras.clear();
+      extrasGiven = true;
+      options.build.skkExtras.emplace_back(value());
+    } else if (arg == "--no-skk-extra") options.build.skkExtras.clear();
     else if (arg == "--edict") options.build.edict = fs::path(value());
     else if (arg == "--no-edict") options.build.edict.reset();
     else if (arg == "--without") {
@@ -204,6 +223,8 @@ Options parse(int argc, char** argv) {
       for (auto name : adjustmentNames) setAdjustment(options.build.adjustments, name, false);
     }
     else if (arg == "--separate-lists") options.build.separateLists = true;
+    else if (arg == "--lm") options.build.languageModel = fs::path(value());
+    else if (arg == "--no-lm") options.build.languageModel.reset();
     else if (arg == "--corpus") options.build.corpus = fs::path(value());
     else if (arg == "--no-corpus") options.build.corpus.reset();
     else if (arg == "-q" || arg == "--quiet") options.quiet = true;
@@ -249,6 +270,7 @@ int main(int argc, char** argv) {
   try {
     BuildResult result = build(options.build, progress);
     const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+    for (const auto& line : result.skipped) std::fprintf(stderr, "orvane-mkdict: skipped %s\n", line.c_str());
     const auto& diagnostics = result.diagnostics;
     if (diagnostics.count() > 0) {
       std::fprintf(stderr, "orvane-mkdict: %zu malformed lines skipped:\n", diagnostics.count());

@@ -131,6 +131,8 @@ void addAnnotations(const std::vector<Annotation>& annotations, const ReadingOf&
 // before their okurigana (おもu /思/想/).
 using SKKDictionary = std::map<std::string, std::vector<std::string>, std::less<>>;
 SKKDictionary readSKK(const fs::path& file, Diagnostics& diagnostics);
+// Candidates of `extra` after those `into` already lists under the same key.
+void mergeSKK(SKKDictionary& into, const SKKDictionary& extra);
 
 // EDICT, the Japanese-English dictionary of the Debian package edict: which
 // spellings are common, which words are usually written in kana, and nouns
@@ -190,7 +192,6 @@ struct Adjustments {
   bool shortReadings = true;     // "short-readings"
   bool kanaSpellings = true;     // "kana-spellings"
   bool skkWords = true;          // "skk-words"
-  bool dependentKana = true;     // "dependent-kana"
   bool honorificKana = true;     // "honorific-kana"
   bool rareKanji = true;         // "rare-kanji"
   bool edictWords = true;        // "edict-words"
@@ -199,7 +200,7 @@ struct Adjustments {
   bool usuallyKana = true;       // "usually-kana"
 };
 inline constexpr const char* adjustmentNames[] = {"skk-order",  "katakana-variants", "proper-nouns", "symbol-readings",
-                                                  "numerals",   "short-readings",    "kana-spellings", "skk-words", "dependent-kana", "honorific-kana", "rare-kanji",
+                                                  "numerals",   "short-readings",    "kana-spellings", "skk-words", "honorific-kana", "rare-kanji",
                                                   "edict-words", "edict-common", "negative-costs", "usually-kana"};
 // Whether a name is a rule's; sets it in `adjustments`.
 bool setAdjustment(Adjustments& adjustments, std::string_view name, bool on);
@@ -247,9 +248,6 @@ void penalizeShortReadings(Lexicon& lexicon);
 // conversion; IPADIC's costs count them by how often they are written so, so
 // they get that charge back.
 void creditKanaSpellings(Lexicon& lexicon);
-// Dependent nouns, verbs and adjectives and auxiliaries written with kanji
-// (事, 居る, 欲しい, 下さい): modern writing spells them in kana.
-void penalizeDependentKanji(Lexicon& lexicon);
 // Words that begin with the honorific prefix 御 read ご or お (御飯, 御自由)
 // get a twin with the prefix in kana (ご飯, ご自由) at the same cost, and
 // the kanji spelling costs more: modern writing spells the prefix in kana.
@@ -265,6 +263,8 @@ bool isHanScalar(char32_t c);
 bool hasHan(std::string_view s);
 bool allKatakana(std::string_view s);
 bool isContentWord(std::string_view partOfSpeech);
+// Verbs and adjectives: their part-of-speech name has a conjugation type.
+bool inflects(std::string_view partOfSpeech);
 void applyAdjustments(Lexicon& lexicon, const Adjustments& adjustments, const SKKDictionary* skk,
                       const EdictDictionary* edict = nullptr);
 
@@ -314,7 +314,10 @@ std::string findLicence(const std::vector<fs::path>& candidates, std::string_vie
 inline constexpr const char* defaultIPADIC = "/usr/share/mecab/dic/ipadic";
 inline constexpr const char* defaultCLDR = "/usr/share/unicode/cldr";
 inline constexpr const char* defaultSKK = "/usr/share/skk/SKK-JISYO.L";
+// Proper nouns (people, works, companies, places) from package skkdic-extra.
+inline constexpr const char* defaultSKKExtra = "/usr/share/skk/SKK-JISYO.propernoun";
 inline constexpr const char* defaultEDICT = "/usr/share/edict/edict";
+inline constexpr const char* defaultLanguageModel = "/usr/lib/x86_64-linux-gnu/libkkc/models/sorted3";
 
 struct BuildOptions {
   fs::path output;
@@ -322,11 +325,16 @@ struct BuildOptions {
   std::optional<fs::path> cldr = fs::path(defaultCLDR);
   std::optional<fs::path> mozc;
   std::optional<fs::path> skk = fs::path(defaultSKK);
+  // More SKK dictionaries, read after the main one; one that is missing is
+  // skipped with a line in BuildResult::skipped.
+  std::vector<fs::path> skkExtras = {fs::path(defaultSKKExtra)};
   std::optional<fs::path> edict = fs::path(defaultEDICT);
   Adjustments adjustments;
   // Added vocabulary in its own ut-*.tsv rather than merged into mozc.tsv:
   // every look-up then searches one more file.
   bool separateLists = false;
+  // A word 3-gram model in libkkc-data's layout; none by default.
+  std::optional<fs::path> languageModel;
   // Word counts of running text (scripts/corpus-stats.sh); none by default.
   std::optional<fs::path> corpus;
 };
@@ -338,6 +346,8 @@ struct BuildResult {
   std::size_t symbolReadings = 0;
   std::map<std::string, std::size_t> fileSizes;
   Diagnostics diagnostics;
+  // Sources left out because they are not installed, one line each.
+  std::vector<std::string> skipped;
 };
 
 // Reads the sources, makes every file and swaps the directory into place.

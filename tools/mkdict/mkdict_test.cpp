@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include "fixture_build.h"
 #include "mkdict.h"
 #include "testing/environment.h"
 
@@ -30,17 +31,6 @@ const WordEntry* findWord(const Lexicon& lexicon, std::string_view surface, std:
   for (const auto& w : lexicon.words)
     if (w.surface == surface && (reading.empty() || w.reading == reading)) return &w;
   return nullptr;
-}
-
-// A build of the small fixture sources into dir/Mozc.
-BuildOptions fixtureBuild(const TempDir& dir) {
-  BuildOptions options;
-  options.output = dir / "Mozc";
-  options.ipadic = testdata / "ipadic";
-  options.cldr = testdata / "cldr";
-  options.skk.reset();
-  options.edict.reset();
-  return options;
 }
 
 TEST(IPADICTest, ReadsWordsIdsAndCostsCountsMalformedLinesRefusesBrokenSources) {
@@ -307,7 +297,7 @@ TEST(MozcTest, SharedIdListEmojiAndSymbols) {
 
 TEST(BuildTest, FixtureSourcesMakeACompleteDirectoryAndMozcReplacesWhatItOverlaps) {
   TempDir dir;
-  const BuildResult result = build(fixtureBuild(dir), quiet);
+  const BuildResult result = build(fixtureBuild(dir.path()), quiet);
   const fs::path out = dir / "Mozc";
   EXPECT_EQ(fs::file_size(out / "connection.bin"), 4u + 2u * 2645 * 2645);
   const std::string ids = readFile(out / "id.def");
@@ -326,7 +316,7 @@ TEST(BuildTest, FixtureSourcesMakeACompleteDirectoryAndMozcReplacesWhatItOverlap
   EXPECT_EQ(result.diagnostics.count(), 5u);
 
   // Mozc sources replace what they overlap.
-  BuildOptions options = fixtureBuild(dir);
+  BuildOptions options = fixtureBuild(dir.path());
   options.mozc = testdata / "mozc";
   build(options, quiet);
   words = readFile(dir / "Mozc/mozc.tsv");
