@@ -16,7 +16,10 @@ cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build "$build" -j "$(nproc)"
 echo "== Running the tests"
 ctest --test-dir "$build" --output-on-failure -j "$(nproc)"
-if command -v dpkg-buildpackage >/dev/null && command -v lintian >/dev/null && dpkg-checkbuilddeps 2>/dev/null; then
+# As root everything the check needs was installed above, so a missing piece
+# is a fault to report rather than a reason to skip.
+if [ "$(id -u)" -eq 0 ] ||
+  { command -v dpkg-buildpackage >/dev/null && command -v lintian >/dev/null && dpkg-checkbuilddeps 2>/dev/null; }; then
   echo "== Checking the Debian package"
   scripts/package-check.sh
 else

@@ -22,7 +22,9 @@ for option in "$@"; do
     --data) want_data=1 ;;
     --package)
       # Debian packaging, and what the check of the installed package runs.
-      packages+=(debhelper dpkg-dev fakeroot lintian libnet-dbus-perl)
+      # dpkg-buildpackage also wants build-essential itself, which dpkg-dev
+      # only recommends.
+      packages+=(build-essential debhelper dpkg-dev fakeroot lintian libnet-dbus-perl)
       want_data=1 ;;
     *) echo "usage: scripts/install-deps.sh [--data] [--package]" >&2; exit 2 ;;
   esac
