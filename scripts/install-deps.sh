@@ -1,18 +1,35 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build, the tests and the dictionary data
 # need, asking apt only for those that are missing.
+#   scripts/install-deps.sh             build and tests
+#   scripts/install-deps.sh --data      also the sources of the dictionary data
+#   scripts/install-deps.sh --package   also the Debian packaging tools (and the data sources,
+#                                       which the package build needs)
 set -euo pipefail
 
 packages=(
   cmake g++ make pkg-config git
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   libicu-dev libharfbuzz-dev libfreetype-dev libfontconfig-dev libplist-dev nlohmann-json3-dev libmarisa-dev
-  fonts-noto-color-emoji
+  fonts-noto-color-emoji help2man
   fcitx5 fcitx5-modules fcitx5-modules-dev libfcitx5core-dev dbus-daemon dbus-bin
   # sd-bus and sd-event: the engine's exit hook and the DBus test's client.
   libsystemd-dev
 )
-if [ "${1:-}" = "--data" ]; then
+want_data=
+for option in "$@"; do
+  case "$option" in
+    --data) want_data=1 ;;
+    --package)
+      # Debian packaging, and what the check of the installed package runs.
+      # dpkg-buildpackage also wants build-essential itself, which dpkg-dev
+      # only recommends.
+      packages+=(build-essential debhelper dpkg-dev fakeroot lintian libnet-dbus-perl)
+      want_data=1 ;;
+    *) echo "usage: scripts/install-deps.sh [--data] [--package]" >&2; exit 2 ;;
+  esac
+done
+if [ -n "$want_data" ]; then
   # Dictionary sources for the data builder.
   packages+=(mecab-ipadic unicode-cldr-core skkdic skkdic-extra edict)
   # Japanese text and Debian's analyser for the word counts.

@@ -119,6 +119,8 @@ void installUserDictionaryIfMissing(State& s) {
   const fs::path destination = s.userDirectory / userFileName;
   std::error_code ec;
   if (fs::exists(destination, ec)) return;
+  // An install killed midway left only its temporary copy beside the file.
+  platform::removeLeftoverTemporaries(destination);
   const auto source = s.defaultUserDictionary();
   if (!source) return;
   std::string error;

@@ -1,5 +1,8 @@
 #include "dictionary/kana_dictionary.h"
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -141,6 +144,18 @@ TEST(KanaDictionaryTest, InstallsTheDefaultUserDictionaryOnlyWhenMissing) {
   EXPECT_EQ(capture->lines[0].level, Log::Level::error);
   fs::remove(env.userDirectory());
   EXPECT_EQ(reload(), installLog);
+}
+
+TEST(KanaDictionaryTest, AnInstallKilledMidwayLeavesNothingBehindTheNextOne) {
+  Environment env(1'700'000'000, std::string("かな\t仮名\n"));
+  const pid_t ended = ::fork();
+  if (ended == 0) ::_exit(0);
+  ::waitpid(ended, nullptr, 0);
+  const auto leftover = env.userDirectory() / (".dictionary.txt.tmp-" + std::to_string(ended) + "-42");
+  writeFile(leftover, "かな\t仮");
+  KanaDictionary::reloadIfNeeded();
+  EXPECT_FALSE(fs::exists(leftover));
+  EXPECT_EQ(surfaces("かな"), Strings{"仮名"});
 }
 
 TEST(KanaDictionaryTest, ReloadTouchesOnlyChangedFilesAndInstallsNothingWithoutADefault) {

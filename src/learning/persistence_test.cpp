@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <optional>
 #include <random>
 #include <string>
@@ -86,6 +87,15 @@ class PersistenceTest : public ::testing::TestWithParam<const StoreKind*> {
     return items;
   }
 
+  // The temporary files of saves left in the user directory.
+  std::vector<std::string> leftovers() const {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(env.userDirectory()))
+      if (entry.path().filename().string().starts_with("." + kind().fileName + ".tmp-"))
+        names.push_back(entry.path().filename().string());
+    return names;
+  }
+
   // Error lines, each as "category: message".
   std::vector<std::string> errors() const {
     std::vector<std::string> out;
@@ -98,10 +108,13 @@ class PersistenceTest : public ::testing::TestWithParam<const StoreKind*> {
   Log::ScopedCapture capture;
 };
 
-TEST_P(PersistenceTest, AWriterKilledAtAnyMomentLeavesAWholeFile) {
+TEST_P(PersistenceTest, AWriterKilledAtAnyMomentLeavesAWholeFileAndNoLeftoverAfterTheNextLoad) {
   std::mt19937 random(std::random_device{}());
   std::uniform_int_distribution<int> delayMicroseconds(0, 30000);
-  for (int round = 0; round < 6; ++round) {
+  // Most kills land inside a save, between its temporary file and the rename;
+  // rounds go on until some have, so that the sweep is seen at work.
+  int killedMidSave = 0;
+  for (int round = 0; round < 6 || (killedMidSave < 2 && round < 200); ++round) {
     SCOPED_TRACE("round " + std::to_string(round));
     fs::remove(file());
     kind().reset();
@@ -136,8 +149,74 @@ TEST_P(PersistenceTest, AWriterKilledAtAnyMomentLeavesAWholeFile) {
     std::sort(items.begin(), items.end());
     for (std::size_t i = 0; i < items.size(); ++i) ASSERT_EQ(items[i], static_cast<int>(i));
 
+    if (!leftovers().empty()) ++killedMidSave;
     kind().reload();
     EXPECT_TRUE(kind().holdsItem(static_cast<int>(items.size()) - 1));
+    EXPECT_EQ(leftovers(), std::vector<std::string>{});
+  }
+  EXPECT_GE(killedMidSave, 1);
+}
+
+// A process that has ended: its id is free, as a killed writer's is.
+pid_t endedProcess() {
+  const pid_t child = ::fork();
+  if (child == 0) ::_exit(0);
+  ::waitpid(child, nullptr, 0);
+  return child;
+}
+
+TEST_P(PersistenceTest, OnlyLeftoversOfEndedOrLongGoneSavesAreRemoved) {
+  const std::string ended = std::to_string(endedProcess());
+  const std::string running = std::to_string(::getpid());
+  const std::string hidden = "." + kind().fileName;
+  struct Case {
+    std::string name;
+    bool removed;
+    bool old = false;  // last written an hour ago
+    bool directory = false;
+  };
+  const std::vector<Case> cases = {
+      {hidden + ".tmp-" + ended + "-1234", true},
+      {hidden + ".tmp-" + running + "-1234", false},               // a save in progress elsewhere
+      {hidden + ".tmp-" + running + "-5678", true, /*old=*/true},  // no save takes that long
+      {hidden + ".tmp-" + ended + "-99", false, false, /*directory=*/true},
+      {hidden + ".tmp-" + ended, false},
+      {hidden + ".tmp-" + ended + "-", false},
+      {hidden + ".tmp-" + ended + "-12x", false},
+      {hidden + ".tmp-0-1", false},
+      {hidden + ".tmp-+" + ended + "-1", false},
+      {hidden + ".tmpx-" + ended + "-1", false},
+      {kind().fileName + ".tmp-" + ended + "-1", false},
+      {".other.tsv.tmp-" + ended + "-1", false},
+      {kind().fileName + ".unreadable-1000", false},
+  };
+  // At the first load with and without the file (a kill in the very first
+  // save leaves none), and at a later load after another process wrote it.
+  for (const std::string moment : {"first load, file present", "first load, no file", "the file changed"}) {
+    SCOPED_TRACE(moment);
+    fs::remove_all(env.userDirectory());
+    fs::create_directories(env.userDirectory());
+    kind().reset();
+    if (moment != "first load, no file") {
+      kind().recordItem(7);
+      kind().reset();
+    }
+    if (moment == "the file changed") {
+      kind().reload();
+      ::orvane::testing::touch(file());  // as another process's save would
+    }
+    for (const auto& c : cases) {
+      const fs::path path = env.userDirectory() / c.name;
+      if (c.directory)
+        fs::create_directories(path);
+      else
+        writeFile(path, kind().name == "Learning" ? "よみ9\t読9\t1\t1\n" : "よみ9\t2\t1\t1\n");
+      if (c.old) fs::last_write_time(path, fs::file_time_type::clock::now() - std::chrono::hours(1));
+    }
+    kind().reload();
+    for (const auto& c : cases) EXPECT_NE(fs::exists(env.userDirectory() / c.name), c.removed) << c.name;
+    EXPECT_FALSE(kind().holdsItem(9));  // nothing is read from a leftover
+    EXPECT_EQ(kind().holdsItem(7), moment != "first load, no file");
   }
 }
 

@@ -121,8 +121,12 @@ File::File(fs::path url, std::string_view keptAsideFormat)
     : url_(std::move(url)), keptAsideFormat_(keptAsideFormat) {}
 
 File::Reload File::reloadIfNeeded() {
+  const bool firstLook = !looked_;
   looked_ = true;
   const auto date = platform::modificationDate(url_);
+  // Swept at the first look and at every load, not at every check: the
+  // directory is listed once at start-up and then only when the file changed.
+  if (firstLook || date != loadedModificationDate_) platform::removeLeftoverTemporaries(url_);
   if (date == loadedModificationDate_) return {};
   loadedModificationDate_ = date;
   unreadable_ = false;

@@ -77,6 +77,8 @@ class File {
     bool changed = false;             // the store must drop what it holds
     std::optional<std::string> text;  // valid UTF-8 content to parse
   };
+  // Also removes what saves killed midway left beside the file, at the
+  // first look and whenever the file changed.
   Reload reloadIfNeeded();
 
   // Creates the directory and replaces the file in one step; on failure the

@@ -23,6 +23,13 @@ std::optional<std::string> readWholeFile(const std::filesystem::path& path, std:
 // new one whole. On failure returns false with the system's description.
 bool writeAtomically(const std::filesystem::path& path, std::string_view content, std::string* error = nullptr);
 
+// Removes the temporary files that writeAtomically left beside path when its
+// process was killed mid-save. Several processes share one data directory,
+// so a temporary file goes only when the process that named it no longer
+// runs, or when it is older than any save could take; the file itself and
+// every other name are never touched. Returns how many were removed.
+std::size_t removeLeftoverTemporaries(const std::filesystem::path& path);
+
 // Creates the directory and its missing parents; an existing one is no error.
 bool createDirectories(const std::filesystem::path& path, std::string* error = nullptr);
 
