@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "fixture_build.h"
 #include "mkdict.h"
 #include "testing/environment.h"
 
@@ -176,12 +177,8 @@ TEST(CostRulesTest, HonorificPrefixIsSpelledInKana) {
 
 TEST(CostRulesTest, BuildWithSKKMergesOrSeparatesTheAddedWordsAndCreditsThem) {
   TempDir dir;
-  BuildOptions options;
-  options.output = dir / "Mozc";
-  options.ipadic = testdata / "ipadic";
-  options.cldr = testdata / "cldr";
+  BuildOptions options = fixtureBuild(dir.path());
   options.skk = testdata / "skk/SKK-JISYO.test";
-  options.edict.reset();
   // A missing extra dictionary leaves the build as it would be without it.
   options.skkExtras = {dir / "SKK-JISYO.missing"};
   const std::string added = "けんざかい\t1851\t1851\t4700\t県境\n";

@@ -273,7 +273,8 @@ void applyAdjustments(Lexicon& lexicon, const Adjustments& adjustments, const SK
 // Moves ids so that 0 is the sentence boundary and the user-word and
 // fall-back-symbol ids land on the names the input method expects; words and
 // costs move with their ids. Throws SourceError when a name is missing.
-void renumber(Lexicon& lexicon);
+// Returns the new id of every old one.
+std::vector<int32_t> renumber(Lexicon& lexicon);
 // The little-endian table: N, then N·N signed 16-bit costs.
 std::string connectionBytes(const Grammar& grammar);
 // "id name" for every used id.
@@ -318,6 +319,36 @@ inline constexpr const char* defaultSKK = "/usr/share/skk/SKK-JISYO.L";
 inline constexpr const char* defaultSKKExtra = "/usr/share/skk/SKK-JISYO.propernoun";
 inline constexpr const char* defaultEDICT = "/usr/share/edict/edict";
 inline constexpr const char* defaultLanguageModel = "/usr/lib/x86_64-linux-gnu/libkkc/models/sorted3";
+// MeCab's IPADIC in UTF-8 (package mecab-ipadic-utf8), compiled from the same
+// source as the IPADIC the words are read from: it tags the model's text.
+inline constexpr const char* defaultMeCabDictionary = "/var/lib/mecab/dic/ipadic-utf8";
+
+// One word as an analyser cut and tagged it.
+struct AnalysedWord {
+  std::size_t length = 0;  // bytes of the sentence it covers
+  std::string reading;     // hiragana; empty when the analyser gives none
+  int32_t id = 0;          // IPADIC's context id
+  bool known = true;       // a word of the analyser's dictionary, not a guess
+};
+// Cuts and tags a sentence; nothing when its words do not cover the
+// sentence byte for byte (MeCab skips spaces, for one).
+using Analyser = std::function<std::optional<std::vector<AnalysedWord>>(std::string_view sentence)>;
+
+// Words drawn from the language model: enough for the costs of about 60 000
+// words and 300 000 pairs of ids (see --help).
+inline constexpr std::size_t defaultSampleWords = 3'000'000;
+
+// How counts become costs (see --help, option --lm).
+struct ContextOptions {
+  // Cost per unit of natural log: IPADIC's costs are its model's weights
+  // times 800, and the converter's fixed charges were set on that scale.
+  double scale = 850;
+  // Counts below these are too few to tell a cost from chance.
+  double minimumWordCount = 3;
+  double minimumPairCount = 5;
+  // Function words given ids of their own, the most frequent first.
+  std::size_t ownIDs = 0;
+};
 
 struct BuildOptions {
   fs::path output;
@@ -333,8 +364,15 @@ struct BuildOptions {
   // Added vocabulary in its own ut-*.tsv rather than merged into mozc.tsv:
   // every look-up then searches one more file.
   bool separateLists = false;
-  // A word 3-gram model in libkkc-data's layout; none by default.
-  std::optional<fs::path> languageModel;
+  // A word 3-gram model in libkkc-data's layout: text drawn from it and
+  // tagged sets word and connection costs. A missing default is skipped with
+  // a line in BuildResult::skipped.
+  std::optional<fs::path> languageModel = fs::path(defaultLanguageModel);
+  fs::path mecabDictionary = defaultMeCabDictionary;
+  std::size_t sampleWords = defaultSampleWords;
+  ContextOptions context;
+  // Tags the drawn text instead of MeCab (for tests).
+  Analyser analyser;
   // Word counts of running text (scripts/corpus-stats.sh); none by default.
   std::optional<fs::path> corpus;
 };
