@@ -49,7 +49,8 @@ void applyLanguageModel(const BuildOptions& options, Lexicon& lexicon, const std
   credits.push_back({"libkkc-data word 3-gram language model", versionOf(dir, defaultLanguageModel, "libkkc-data"),
                      "word costs and connection costs, counted in text drawn from the model (" +
                          std::to_string(options.sampleWords) + " words, a fixed seed) and tagged with IPADIC's "
-                         "words by MeCab",
+                         "words by MeCab. The costs of mozc.tsv and connection.bin derive from it, so the data "
+                         "directory as a whole is under its licence, GPL-3+",
                      findLicence({dir / "COPYING", "/usr/share/doc/libkkc-data/copyright"}, "libkkc-data")});
 }
 

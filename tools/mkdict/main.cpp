@@ -89,7 +89,7 @@ Sources (each optional; at least one must give words):
                   the fewest times a word, a pair of ids, must be seen for
                   the counts to set its cost (default 3, 5).
   --lm-own-ids N  the N most frequent function words get context ids of
-                  their own (default 0).
+                  their own (default 100).
   --mecab-dic DIR MeCab's compiled IPADIC (default /var/lib/mecab/dic/ipadic-utf8,
                   package mecab-ipadic-utf8).
   --mozc DIR      a Mozc source tree (or a flat directory of its files):
@@ -100,9 +100,6 @@ Sources (each optional; at least one must give words):
 
 Cost rules (applied to IPADIC's words; Mozc's costs are used
 as they are). Each is a general rule, deterministic, named for --without:
-  negative-costs     content words cheaper than 0 cost 0 (市内 -2006, 協会
-                     -5716): IPADIC learned them from newspapers, and so
-                     cheap they beat every split of their reading (し|ない).
   edict-words        EDICT's nouns missing from IPADIC (readings of 2 kana or
                      more, surfaces of kanji and kana, first sense a noun,
                      verbal noun or adjectival noun) are added under those
@@ -132,11 +129,6 @@ as they are). Each is a general rule, deterministic, named for --without:
                      their cost.
   proper-nouns       +1000 for 名詞,固有名詞 (IPADIC's many rare names and
                      places), country names (地域,国: 日本, 中国) excepted.
-  symbol-readings    +5000 for surfaces without kana or kanji read as kana
-                     (５ as ご, ￥ as えん, Χ as かい): offered, not chosen
-                     mid-sentence.
-  numerals           +2000 for kanji numerals (名詞,数) read with one or two
-                     kana (二 に, 五 ご): numbers are typed as digits.
   short-readings     +1500 for kanji words read with one kana (胃 い, 派 は),
                      counters (名詞,接尾,助数詞) aside: they compete with
                      particles everywhere.
@@ -147,9 +139,6 @@ as they are). Each is a general rule, deterministic, named for --without:
                      the two costs; the 御 spelling +1000.
   rare-kanji         +1000 for a surface with a kanji outside JIS X 0208
                      level 1 (凭れる, 𩸽): rare, archaic or variant forms.
-  kana-spellings     -600 for content words written all in hiragana: the
-                     converter charges that, and IPADIC's costs already
-                     count how often a word is written so.
   usually-kana       applied last: where a content word's cheapest kanji
                      spelling (one reading, one pair of ids) is one EDICT
                      marks common (P) and usually written in kana (uk) in

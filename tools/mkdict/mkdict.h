@@ -187,21 +187,17 @@ struct Adjustments {
   bool skkOrder = true;          // "skk-order"
   bool katakanaVariants = true;  // "katakana-variants"
   bool properNouns = true;       // "proper-nouns"
-  bool symbolReadings = true;    // "symbol-readings"
-  bool numerals = true;          // "numerals"
   bool shortReadings = true;     // "short-readings"
-  bool kanaSpellings = true;     // "kana-spellings"
   bool skkWords = true;          // "skk-words"
   bool honorificKana = true;     // "honorific-kana"
   bool rareKanji = true;         // "rare-kanji"
   bool edictWords = true;        // "edict-words"
   bool edictCommon = true;       // "edict-common"
-  bool negativeCosts = true;     // "negative-costs"
   bool usuallyKana = true;       // "usually-kana"
 };
-inline constexpr const char* adjustmentNames[] = {"skk-order",  "katakana-variants", "proper-nouns", "symbol-readings",
-                                                  "numerals",   "short-readings",    "kana-spellings", "skk-words", "honorific-kana", "rare-kanji",
-                                                  "edict-words", "edict-common", "negative-costs", "usually-kana"};
+inline constexpr const char* adjustmentNames[] = {"skk-order",   "katakana-variants", "proper-nouns",
+                                                  "short-readings", "skk-words",      "honorific-kana",
+                                                  "rare-kanji",  "edict-words",       "edict-common", "usually-kana"};
 // Whether a name is a rule's; sets it in `adjustments`.
 bool setAdjustment(Adjustments& adjustments, std::string_view name, bool on);
 
@@ -228,26 +224,12 @@ void addSKKWords(Lexicon& lexicon, const SKKDictionary& skk);
 // reading, and of function words that have a hiragana one under the same
 // ids: native words, names and particles are rarely written in katakana.
 void penalizeKatakanaVariants(Lexicon& lexicon);
-// Content words with a cost below zero (市内, 連盟, 協会): IPADIC learned
-// them from newspaper text, where they are frequent; so cheap, they beat
-// every split of their reading (市内 for し|ない). They cost 0 instead.
-void raiseNegativeCosts(Lexicon& lexicon);
 // Proper nouns (名詞,固有名詞): IPADIC lists many rare names cheaply. Country
 // names are the exception: a closed list of everyday words (日本, 中国).
 void penalizeProperNouns(Lexicon& lexicon);
-// Digits, Latin and Greek letters and symbols read as kana (５ as ご, ￥ as
-// えん): they should be offered, not chosen on the way through a sentence.
-void penalizeSymbolReadings(Lexicon& lexicon);
-// Kanji numerals (名詞,数) with readings of one or two kana (二 に, 五 ご):
-// numbers are typed as digits, and these readings are everyday particles and words.
-void penalizeNumerals(Lexicon& lexicon);
 // Content words with a kanji surface and a one-kana reading (胃 い, 木 き):
 // each competes with particles and endings everywhere in a sentence.
 void penalizeShortReadings(Lexicon& lexicon);
-// Content words spelled wholly in hiragana are already charged for it at
-// conversion; IPADIC's costs count them by how often they are written so, so
-// they get that charge back.
-void creditKanaSpellings(Lexicon& lexicon);
 // Words that begin with the honorific prefix 御 read ご or お (御飯, 御自由)
 // get a twin with the prefix in kana (ご飯, ご自由) at the same cost, and
 // the kanji spelling costs more: modern writing spells the prefix in kana.
@@ -347,7 +329,7 @@ struct ContextOptions {
   double minimumWordCount = 3;
   double minimumPairCount = 5;
   // Function words given ids of their own, the most frequent first.
-  std::size_t ownIDs = 0;
+  std::size_t ownIDs = 100;
 };
 
 struct BuildOptions {
