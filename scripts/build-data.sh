@@ -39,7 +39,10 @@ sources=("$mkdict" "$counts"
   /usr/share/unicode/cldr/common/annotationsDerived/ja.xml
   /usr/share/skk/SKK-JISYO.L
   /usr/share/skk/SKK-JISYO.propernoun
-  /usr/share/edict/edict)
+  /usr/share/edict/edict
+  /usr/lib/x86_64-linux-gnu/libkkc/models/sorted3/data.1gram.index
+  /usr/lib/x86_64-linux-gnu/libkkc/models/sorted3/data.3gram
+  /var/lib/mecab/dic/ipadic-utf8/sys.dic)
 existing=()
 for s in "${sources[@]}"; do
   [ -e "$s" ] && existing+=("$s")

@@ -10,7 +10,7 @@ set -euo pipefail
 packages=(
   cmake g++ make pkg-config git
   googletest libgtest-dev libgmock-dev libbenchmark-dev
-  libicu-dev libharfbuzz-dev libfreetype-dev libfontconfig-dev libplist-dev nlohmann-json3-dev libmarisa-dev
+  libicu-dev libharfbuzz-dev libfreetype-dev libfontconfig-dev libplist-dev nlohmann-json3-dev libmarisa-dev libmecab-dev
   fonts-noto-color-emoji help2man
   fcitx5 fcitx5-modules fcitx5-modules-dev libfcitx5core-dev dbus-daemon dbus-bin
   # sd-bus and sd-event: the engine's exit hook and the DBus test's client.
@@ -32,6 +32,9 @@ done
 if [ -n "$want_data" ]; then
   # Dictionary sources for the data builder.
   packages+=(mecab-ipadic unicode-cldr-core skkdic skkdic-extra edict)
+  # A word 3-gram language model whose sampled text, tagged by MeCab, gives
+  # word and connection costs.
+  packages+=(libkkc-data)
   # Japanese text and Debian's analyser for the word counts.
   packages+=(mecab mecab-ipadic-utf8 manpages-ja debian-reference-ja developers-reference-ja maint-guide-ja debian-faq-ja)
 fi

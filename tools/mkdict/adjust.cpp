@@ -16,8 +16,6 @@ constexpr int32_t skkRankCap = 8;
 constexpr int32_t skkRankGap = 500;
 constexpr int32_t katakanaVariantPenalty = 2000;
 constexpr int32_t properNounPenalty = 1000;
-constexpr int32_t symbolReadingPenalty = 5000;
-constexpr int32_t numeralPenalty = 2000;
 // A common noun of middling frequency in IPADIC; SKK's later ranks cost more.
 constexpr int32_t skkWordCost = 5500;
 constexpr int32_t skkWordRankStep = 300;
@@ -69,15 +67,11 @@ bool setAdjustment(Adjustments& adjustments, std::string_view name, bool on) {
   if (name == "skk-order") adjustments.skkOrder = on;
   else if (name == "katakana-variants") adjustments.katakanaVariants = on;
   else if (name == "proper-nouns") adjustments.properNouns = on;
-  else if (name == "symbol-readings") adjustments.symbolReadings = on;
-  else if (name == "numerals") adjustments.numerals = on;
   else if (name == "short-readings") adjustments.shortReadings = on;
-  else if (name == "kana-spellings") adjustments.kanaSpellings = on;
   else if (name == "skk-words") adjustments.skkWords = on;
   else if (name == "honorific-kana") adjustments.honorificKana = on;
   else if (name == "rare-kanji") adjustments.rareKanji = on;
   else if (name == "edict-words") adjustments.edictWords = on;
-  else if (name == "negative-costs") adjustments.negativeCosts = on;
   else if (name == "edict-common") adjustments.edictCommon = on;
   else if (name == "usually-kana") adjustments.usuallyKana = on;
   else return false;
@@ -261,33 +255,12 @@ void penalizeProperNouns(Lexicon& lexicon) {
   }
 }
 
-void penalizeSymbolReadings(Lexicon& lexicon) {
-  for (auto& word : lexicon.words) {
-    if (word.surface == word.reading) continue;
-    const auto scalars = text::scalars(word.surface);
-    const bool plain = std::none_of(scalars.begin(), scalars.end(), [](char32_t c) {
-      return isHanScalar(c) || isHiraganaScalar(c) || isKatakanaScalar(c);
-    });
-    const auto reading = text::scalars(word.reading);
-    const bool kanaReading = std::all_of(reading.begin(), reading.end(),
-                                         [](char32_t c) { return isHiraganaScalar(c) || c == 0x30FC; });
-    if (plain && kanaReading && !scalars.empty()) word.cost += symbolReadingPenalty;
-  }
-}
-
 bool isContentWord(std::string_view name) {
   // The classes the converter treats as leaning on a neighbour.
   static constexpr std::string_view leaning[] = {"助詞,",         "助動詞,",       "動詞,非自立,", "動詞,接尾,",
                                                  "形容詞,非自立,", "形容詞,接尾,", "名詞,接尾,",   "名詞,非自立,",
                                                  "記号,句点,",     "記号,読点,",   "接頭詞,"};
   return std::none_of(std::begin(leaning), std::end(leaning), [&](std::string_view p) { return name.starts_with(p); });
-}
-
-void penalizeNumerals(Lexicon& lexicon) {
-  for (auto& word : lexicon.words)
-    if (lexicon.grammar.names[word.leftID].starts_with("名詞,数,") && hasHan(word.surface) &&
-        text::characterCount(word.reading) <= 2)
-      word.cost += numeralPenalty;
 }
 
 void penalizeShortReadings(Lexicon& lexicon) {
@@ -381,27 +354,8 @@ void penalizeRareKanji(Lexicon& lexicon) {
   }
 }
 
-void raiseNegativeCosts(Lexicon& lexicon) {
-  for (auto& word : lexicon.words)
-    if (word.cost < 0 && isContentWord(lexicon.grammar.names[word.leftID]) &&
-        !lexicon.grammar.names[word.leftID].starts_with("記号,"))
-      word.cost = 0;
-}
-
-void creditKanaSpellings(Lexicon& lexicon) {
-  for (auto& word : lexicon.words) {
-    if (!isContentWord(lexicon.grammar.names[word.leftID])) continue;
-    const auto scalars = text::scalars(word.surface);
-    if (!scalars.empty() && std::all_of(scalars.begin(), scalars.end(),
-                                        [](char32_t c) { return isHiraganaScalar(c) || c == 0x30FC; }))
-      word.cost -= hiraganaCharge;
-  }
-}
-
 void applyAdjustments(Lexicon& lexicon, const Adjustments& adjustments, const SKKDictionary* skk,
                       const EdictDictionary* edict) {
-  // Before SKK's order deals IPADIC's costs out again.
-  if (adjustments.negativeCosts) raiseNegativeCosts(lexicon);
   // EDICT's words first: it tells their part of speech, SKK does not.
   if (adjustments.edictWords && edict) addEdictWords(lexicon, *edict);
   if (adjustments.skkWords && skk) addSKKWords(lexicon, *skk);
@@ -409,10 +363,7 @@ void applyAdjustments(Lexicon& lexicon, const Adjustments& adjustments, const SK
   if (adjustments.edictCommon && edict) penalizeUncommonSpellings(lexicon, *edict);
   if (adjustments.katakanaVariants) penalizeKatakanaVariants(lexicon);
   if (adjustments.properNouns) penalizeProperNouns(lexicon);
-  if (adjustments.symbolReadings) penalizeSymbolReadings(lexicon);
-  if (adjustments.numerals) penalizeNumerals(lexicon);
   if (adjustments.shortReadings) penalizeShortReadings(lexicon);
-  if (adjustments.kanaSpellings) creditKanaSpellings(lexicon);
   if (adjustments.honorificKana) spellHonorificsInKana(lexicon);
   if (adjustments.rareKanji) penalizeRareKanji(lexicon);
   // Last: it measures against the costs every other rule has settled.

@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "corpus.h"
+#include "context.h"
 #include "language_model.h"
 #include "mkdict.h"
 
@@ -11,6 +12,46 @@ std::string versionOf(const fs::path& used, const char* defaultPath, const char*
   if (used == fs::path(defaultPath))
     if (auto version = debianVersion(package)) return package + std::string(" ") + *version;
   return "from " + used.string();
+}
+
+// Text drawn from the language model and tagged sets the word and
+// connection costs; the rules then correct what they still must.
+void applyLanguageModel(const BuildOptions& options, Lexicon& lexicon, const std::vector<int32_t>& newID,
+                        BuildResult& result, std::vector<Credit>& credits, const Progress& progress) {
+  const fs::path& dir = *options.languageModel;
+  if (!fs::exists(dir / "data.1gram.index")) {
+    result.skipped.push_back(dir.string() +
+                             ": not found (Debian package libkkc-data); word and connection costs are IPADIC's");
+    return;
+  }
+  Analyser analyser = options.analyser;
+  if (!analyser) {
+    if (!fs::exists(options.mecabDictionary / "sys.dic")) {
+      result.skipped.push_back(options.mecabDictionary.string() +
+                               ": not found (Debian package mecab-ipadic-utf8), so the language model cannot be "
+                               "used; word and connection costs are IPADIC's");
+      return;
+    }
+    analyser = mecabAnalyser(options.mecabDictionary);
+  }
+  progress("language model: reading " + dir.string());
+  const LanguageModel model = LanguageModel::load(dir);
+  SampleOptions sample;
+  sample.words = options.sampleWords;
+  const TaggedText text = sampleTaggedText(model, analyser, sample, progress);
+  progress("language model: " + std::to_string(text.tokens) + " words tagged, " +
+           std::to_string(text.readingsFromModel) + " read as the model reads them, " + std::to_string(text.unread) +
+           " unread");
+  const auto report = applyContextStatistics(lexicon, text, newID, options.context);
+  progress("language model: " + std::to_string(report.ownIDs) + " function words with ids of their own; " +
+           std::to_string(report.wordsCosted) + " word costs and " + std::to_string(report.pairsCosted) +
+           " connection costs from the counts");
+  credits.push_back({"libkkc-data word 3-gram language model", versionOf(dir, defaultLanguageModel, "libkkc-data"),
+                     "word costs and connection costs, counted in text drawn from the model (" +
+                         std::to_string(options.sampleWords) + " words, a fixed seed) and tagged with IPADIC's "
+                         "words by MeCab. The costs of mozc.tsv and connection.bin derive from it, so the data "
+                         "directory as a whole is under its licence, GPL-3+",
+                     findLicence({dir / "COPYING", "/usr/share/doc/libkkc-data/copyright"}, "libkkc-data")});
 }
 
 }  // namespace
@@ -35,22 +76,11 @@ BuildResult build(const BuildOptions& options, const Progress& progress) {
     throw SourceError("no source of words: give --mozc with its dictionary files, or leave IPADIC on");
   }
   progress("renumbering context ids");
-  renumber(lexicon);
+  const std::vector<int32_t> newID = renumber(lexicon);
 
   // The rules correct IPADIC's costs; Mozc's own costs are already tuned.
   if (!(mozc && !mozc->dictionaries.empty())) {
-    if (options.languageModel) {
-      const fs::path& dir = *options.languageModel;
-      progress("language model: reading " + dir.string());
-      const LanguageModel model = LanguageModel::load(dir);
-      const auto report = applyLanguageModel(lexicon, model);
-      progress("language model: " + std::to_string(model.size()) + " words; " + std::to_string(report.matched) +
-               " entries known whole, " + std::to_string(report.stemMatched) + " by their stem, " +
-               std::to_string(report.unknown) + " unseen");
-      credits.push_back({"libkkc-data word 3-gram language model", versionOf(dir, defaultLanguageModel, "libkkc-data"),
-                         "the order of the spellings of a reading by their frequency; rare kanji spellings",
-                         findLicence({dir / "COPYING", "/usr/share/doc/libkkc-data/copyright"}, "libkkc-data")});
-    }
+    if (options.languageModel) applyLanguageModel(options, lexicon, newID, result, credits, progress);
     std::optional<SKKDictionary> skk;
     if (options.skk && (options.adjustments.skkOrder || options.adjustments.skkWords)) {
       progress("SKK: candidate order");

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "fixture_build.h"
 #include "mkdict.h"
 #include "testing/environment.h"
 
@@ -134,11 +135,7 @@ TEST(EdictTest, WordsUsuallyWrittenInKanaWinInHiragana) {
 
 TEST(EdictTest, BuildCreditsEDICTAndKeepsItsWordsApartOnRequest) {
   TempDir dir;
-  BuildOptions options;
-  options.output = dir / "Mozc";
-  options.ipadic = testdata / "ipadic";
-  options.cldr = testdata / "cldr";
-  options.skk.reset();
+  BuildOptions options = fixtureBuild(dir.path());
   options.edict = testdata / "edict/edict.test";
   const std::string added = "さぶすく\t1851\t1851\t7000\tサブスク\n";
   build(options, quiet);

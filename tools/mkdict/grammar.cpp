@@ -24,7 +24,7 @@ int16_t clampCost(int64_t cost) {
   return static_cast<int16_t>(std::clamp<int64_t>(cost, INT16_MIN, INT16_MAX));
 }
 
-void renumber(Lexicon& lexicon) {
+std::vector<int32_t> renumber(Lexicon& lexicon) {
   Grammar& grammar = lexicon.grammar;
   const int32_t oldSize = grammar.size();
   if (oldSize == 0 || grammar.names[0].rfind("BOS/EOS", 0) != 0)
@@ -65,6 +65,8 @@ void renumber(Lexicon& lexicon) {
     word.leftID = target[word.leftID];
     word.rightID = target[word.rightID];
   }
+  target.resize(oldSize);
+  return target;
 }
 
 std::string connectionBytes(const Grammar& grammar) {

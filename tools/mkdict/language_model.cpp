@@ -149,6 +149,11 @@ void LanguageModel::forEachBigram(const std::function<void(uint32_t, uint32_t, d
     visit(u32(bigrams_, at + 4), u32(bigrams_, at), decode(u16(bigrams_, at + 8)));
 }
 
+void LanguageModel::forEachTrigram(const std::function<void(std::size_t, uint32_t, double)>& visit) const {
+  for (std::size_t at = 0; at < trigrams_.size(); at += trigramRecord)
+    visit(u32(trigrams_, at + 4), u32(trigrams_, at), decode(u16(trigrams_, at + 8)));
+}
+
 std::optional<std::pair<std::string_view, std::string_view>> splitModelKey(std::string_view key) {
   const auto slash = key.find('/');
   if (slash == std::string_view::npos || slash == 0 || slash + 1 == key.size()) return std::nullopt;

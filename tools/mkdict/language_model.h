@@ -9,8 +9,10 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <random>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "mkdict.h"
 
@@ -53,6 +55,9 @@ class LanguageModel final {
   double conditional(uint32_t first, uint32_t second) const;
   // Every stored bigram: first word, second word, log-probability.
   void forEachBigram(const std::function<void(uint32_t first, uint32_t second, double logProbability)>& visit) const;
+  // Every stored trigram: the index of its first two words' bigram record
+  // (the order forEachBigram visits them in), the third word, log-probability.
+  void forEachTrigram(const std::function<void(std::size_t bigram, uint32_t third, double logProbability)>& visit) const;
 
   // A stored 16-bit value q stands for the log-probability q × (−8 / 65535).
   static double decode(uint16_t stored) { return stored * (-8.0 / 65535.0); }
@@ -65,20 +70,54 @@ class LanguageModel final {
   std::string unigrams_, bigrams_, trigrams_;
 };
 
-// Word costs from the model's unigram probabilities (see --help, source
-// --lm): kanji spellings of content words the model never saw cost
-// languageUnseenPenalty more; the spellings of a reading it knows move
-// languageOrderWeight of the way towards the reading's cheapest cost plus
-// languageCostScale per factor of ten of rarity.
-inline constexpr double languageCostScale = 1600;
-inline constexpr double languageOrderWeight = 0.2;
-inline constexpr int32_t languageUnseenPenalty = 500;
-struct LanguageCostReport {
-  std::size_t matched = 0;      // entries found whole
-  std::size_t stemMatched = 0;  // conjugated entries found by their stem
-  std::size_t unknown = 0;      // entries the model does not know
+// Draws sentences from the model exactly: P(w | u v) is the stored
+// trigram's probability when there is one, else the back-off weight of
+// (u v) times P(w | v), and so on down to the unigram. A word is drawn by
+// first choosing between the explicitly stored successors of the context
+// (by their summed probability) and the rest; the rest is drawn from the
+// next lower order, rejecting the stored successors, which gives each
+// backed-off word exactly its share. The random source is a fixed
+// algorithm, so one seed gives the same sentences on every machine.
+class SentenceSampler final {
+ public:
+  explicit SentenceSampler(const LanguageModel& model);
+  // The words between <s> and </s>, at most maxWords of them: a draw that
+  // runs on is cut there (the model was trained on long stretches of text
+  // without their full stops, and one draw in five runs past a hundred
+  // words) and is then not `ended`.
+  struct Draw {
+    std::vector<uint32_t> words;
+    bool ended = true;
+  };
+  Draw sentence(std::mt19937_64& random) const;
+  static constexpr std::size_t maxWords = 200;
+
+ private:
+  // Successors of each context, sorted by word, with cumulative probabilities.
+  struct Successors {
+    std::vector<uint32_t> offsets;  // context -> first successor; one more than contexts
+    std::vector<uint32_t> words;
+    std::vector<double> cumulative;  // running sum within each context
+    std::size_t count(std::size_t context) const { return offsets[context + 1] - offsets[context]; }
+    double mass(std::size_t context) const {
+      return count(context) == 0 ? 0.0 : cumulative[offsets[context + 1] - 1];
+    }
+    bool contains(std::size_t context, uint32_t word) const;
+    uint32_t draw(std::size_t context, double r) const;
+  };
+  uint32_t drawUnigram(std::mt19937_64& random) const;
+  uint32_t drawAfter(uint32_t previous, std::mt19937_64& random) const;
+  uint32_t drawAfter(uint32_t first, uint32_t second, std::mt19937_64& random) const;
+  std::optional<std::size_t> bigramContext(uint32_t first, uint32_t second) const;
+
+  uint32_t start_ = 0, end_ = 0;
+  std::vector<double> unigramCumulative_;
+  Successors bigrams_;   // contexts: first words
+  Successors trigrams_;  // contexts: bigram positions in bigrams_
 };
-LanguageCostReport applyLanguageModel(Lexicon& lexicon, const LanguageModel& model);
+
+// A uniform number in [0, 1) from 53 random bits, the same on every platform.
+double uniform(std::mt19937_64& random);
 
 // "reading/surface" split at its first slash: the key of a word; nothing for
 // the sentence marks "<s>" and "</s>".

@@ -9,6 +9,7 @@
 #include <map>
 
 #include "fixture_build.h"
+#include "model_fixture.h"
 #include "testing/environment.h"
 
 namespace orvane::mkdict {
@@ -16,88 +17,20 @@ namespace {
 
 using ::testing::HasSubstr;
 
-// Stored values: q stands for q × (−8 / 65535), so q = 8191.875 × −log10 p.
-uint16_t stored(double logProbability) { return static_cast<uint16_t>(std::lround(logProbability * -65535.0 / 8.0)); }
-
-void put16(std::string& out, uint16_t v) {
-  out += static_cast<char>(v & 0xFF);
-  out += static_cast<char>(v >> 8);
-}
-void put32(std::string& out, uint32_t v) {
-  put16(out, static_cast<uint16_t>(v & 0xFFFF));
-  put16(out, static_cast<uint16_t>(v >> 16));
-}
-
 using orvane::testing::writeFile;
 
-// A model of five words, two bigrams and one trigram, written the way
-// libkkc-data lays it out: ids from the trie, records sorted by their bytes.
-class TinyModel {
+// A model of five words, two bigrams and one trigram.
+class TinyModel : public ModelFixture {
  public:
-  explicit TinyModel(const fs::path& dir) : dir_(dir) {
-    marisa::Keyset keys;
-    for (const char* word : {"<s>", "</s>", "あき/秋", "あき/空き", "が/が"}) keys.push_back(word);
-    marisa::Trie trie;
-    trie.build(keys);
-    trie.save((dir / "data.1gram.index").c_str());
-    for (const char* word : {"<s>", "</s>", "あき/秋", "あき/空き", "が/が"}) {
-      marisa::Agent agent;
-      agent.set_query(word);
-      trie.lookup(agent);
-      ids[word] = static_cast<uint32_t>(agent.key().id());
-    }
-    const std::map<std::string, std::pair<double, double>> unigrams = {
-        {"<s>", {-1.0, -0.5}}, {"</s>", {-1.0, 0}}, {"あき/秋", {-4.0, -0.25}}, {"あき/空き", {-5.0, -0.125}},
-        {"が/が", {-2.0, -0.75}}};
-    std::vector<std::string> records(ids.size());
-    for (const auto& [word, p] : unigrams) {
-      std::string r;
-      put16(r, stored(p.first));
-      put16(r, stored(p.second));
-      put16(r, 0);
-      records[ids[word]] = r;
-    }
-    unigram = join(records);
-    // (first, second, log-probability, back-off)
-    bigramRecords = {record(ids["<s>"], ids["あき/秋"], -3.0, -0.5), record(ids["あき/秋"], ids["が/が"], -0.5, -0.25)};
-    std::sort(bigramRecords.begin(), bigramRecords.end());
-    bigram = join(bigramRecords);
-    const auto pair = std::find(bigramRecords.begin(), bigramRecords.end(),
-                                record(ids["<s>"], ids["あき/秋"], -3.0, -0.5)) - bigramRecords.begin();
-    std::string t;
-    put32(t, ids["が/が"]);
-    put32(t, static_cast<uint32_t>(pair));
-    put16(t, stored(-0.125));
-    trigram = t;
-    save();
-  }
-
-  void save() const {
-    writeFile(dir_ / "data.1gram", unigram);
-    writeFile(dir_ / "data.2gram", bigram);
-    writeFile(dir_ / "data.3gram", trigram);
-  }
-
-  static std::string record(uint32_t first, uint32_t second, double p, double backoff) {
-    std::string r;
-    put32(r, second);
-    put32(r, first);
-    put16(r, stored(p));
-    put16(r, stored(backoff));
-    return r;
-  }
-  static std::string join(const std::vector<std::string>& parts) {
-    std::string out;
-    for (const auto& p : parts) out += p;
-    return out;
-  }
-
-  std::map<std::string, uint32_t> ids;
-  std::string unigram, bigram, trigram;
-  std::vector<std::string> bigramRecords;
-
- private:
-  fs::path dir_;
+  explicit TinyModel(const fs::path& dir)
+      : ModelFixture(dir,
+                     {{"<s>", {-1.0, -0.5}},
+                      {"</s>", {-1.0, 0}},
+                      {"あき/秋", {-4.0, -0.25}},
+                      {"あき/空き", {-5.0, -0.125}},
+                      {"が/が", {-2.0, -0.75}}},
+                     {{{"<s>", "あき/秋"}, {-3.0, -0.5}}, {{"あき/秋", "が/が"}, {-0.5, -0.25}}},
+                     {{{"<s>", "あき/秋", "が/が"}, -0.125}}) {}
 };
 
 TEST(LanguageModelTest, ReadsWordsAndTheirProbabilities) {
@@ -186,35 +119,16 @@ TEST(LanguageModelTest, TrieAndMissingFiles) {
       SourceError);
 }
 
-TEST(LanguageCostsTest, SpellingsOfAReadingFollowTheModelAndUnseenKanjiCostMore) {
-  orvane::testing::TempDir dir;
-  TinyModel tiny(dir.path());
-  const LanguageModel model = LanguageModel::load(dir.path());
-  Lexicon lexicon;
-  lexicon.grammar.names = {"BOS/EOS,*,*,*,*,*,*", "名詞,一般,*,*,*,*,*", "助詞,格助詞,一般,*,*,*,*"};
-  lexicon.words = {
-      {"あき", 1, 1, 6000, "秋"},    // log10 p = -4, the likeliest
-      {"あき", 1, 1, 5000, "空き"},  // -5: ten times rarer
-      {"あき", 1, 1, 5500, "飽き"},  // unseen kanji spelling
-      {"あき", 1, 1, 7000, "あき"},  // unseen, but kana
-      {"が", 2, 2, 3000, "が"},      // known function word: left alone
-  };
-  const auto report = applyLanguageModel(lexicon, model);
-  EXPECT_EQ(report.matched, 3u);
-  EXPECT_EQ(report.unknown, 2u);
-  // The reading's cheapest cost is 5000: 秋 moves a fifth of the way from
-  // 6000 to it, 空き a fifth of the way to 5000 + 1600.
-  const std::vector<int32_t> costs = {5800, 5320, 6000, 7000, 3000};
-  for (std::size_t i = 0; i < costs.size(); ++i)
-    EXPECT_EQ(lexicon.words[i].cost, costs[i]) << lexicon.words[i].surface;
-}
-
-TEST(LanguageCostsTest, ABrokenModelStopsTheBuildAndLeavesTheDataAsItWas) {
+TEST(LanguageModelBuildTest, ABrokenModelStopsTheBuildAndLeavesTheDataAsItWas) {
   orvane::testing::TempDir dir;
   fs::create_directory(dir / "model");
   TinyModel tiny(dir / "model");
   BuildOptions options = fixtureBuild(dir.path());
   options.languageModel = dir / "model";
+  options.sampleWords = 1000;
+  options.analyser = [](std::string_view sentence) -> std::optional<std::vector<AnalysedWord>> {
+    return std::vector<AnalysedWord>{{sentence.size(), "", 1, false}};
+  };
   build(options, [](std::string_view) {});
   const std::string before = orvane::testing::readFile(dir / "Mozc/mozc.tsv");
   EXPECT_THAT(orvane::testing::readFile(dir / "Mozc/CREDITS.txt"), HasSubstr("libkkc-data"));
@@ -226,6 +140,114 @@ TEST(LanguageCostsTest, ABrokenModelStopsTheBuildAndLeavesTheDataAsItWas) {
   std::size_t entries = 0;
   for ([[maybe_unused]] const auto& entry : fs::directory_iterator(dir.path())) ++entries;
   EXPECT_EQ(entries, 2u) << "no partial directory beside the data";
+}
+
+// Words a, b, c. After <s>, a is stored (0.5) and the rest backs off to
+// the unigrams: </s> 0.2, b 0.3, c 0.1 share the other half as 2 : 3 : 1.
+// After <s> a, c is stored (0.7); the rest backs off to P(· | a), where b is
+// stored (0.6) and the rest backs off to the unigrams without b.
+class BackOffModel : public ModelFixture {
+ public:
+  explicit BackOffModel(const fs::path& dir)
+      : ModelFixture(dir,
+                     {{"<s>", {-8, 0}},
+                      {"</s>", {std::log10(0.2), 0}},
+                      {"あ/a", {std::log10(0.4), 0}},
+                      {"び/b", {std::log10(0.3), 0}},
+                      {"し/c", {std::log10(0.1), 0}}},
+                     {{{"<s>", "あ/a"}, {std::log10(0.5), 0}}, {{"あ/a", "び/b"}, {std::log10(0.6), 0}}},
+                     {{{"<s>", "あ/a", "し/c"}, std::log10(0.7)}}) {}
+};
+
+TEST(LanguageModelBuildTest, AMissingModelOrAnalyserIsSkippedWithALine) {
+  orvane::testing::TempDir dir;
+  fs::create_directory(dir / "model");
+  TinyModel tiny(dir / "model");
+  BuildOptions without = fixtureBuild(dir / "without");
+  build(without, [](std::string_view) {});
+  struct Case {
+    std::string what;
+    fs::path model, mecab;
+    std::string line;
+  };
+  const std::vector<Case> cases = {
+      {"no model", dir / "absent", defaultMeCabDictionary, "libkkc-data"},
+      {"no MeCab dictionary", dir / "model", dir / "no-mecab", "mecab-ipadic-utf8"},
+  };
+  for (const auto& c : cases) {
+    BuildOptions options = fixtureBuild(dir / "with");
+    options.languageModel = c.model;
+    options.mecabDictionary = c.mecab;
+    const BuildResult result = build(options, [](std::string_view) {});
+    ASSERT_EQ(result.skipped.size(), 1u) << c.what;
+    EXPECT_THAT(result.skipped[0], HasSubstr(c.line)) << c.what;
+    for (const char* file : {"mozc.tsv", "connection.bin", "id.def", "CREDITS.txt"})
+      EXPECT_EQ(orvane::testing::readFile(dir / "with/Mozc" / file), orvane::testing::readFile(dir / "without/Mozc" / file))
+          << c.what << ": " << file;
+  }
+}
+
+TEST(SentenceSamplerTest, DrawsEachOrderItsShareAndTheRestFromTheOrderBelow) {
+  orvane::testing::TempDir dir;
+  BackOffModel fixture(dir.path());
+  const LanguageModel model = LanguageModel::load(dir.path());
+  const SentenceSampler sampler(model);
+  auto& id = fixture.ids;
+  std::mt19937_64 random(7);
+  constexpr int draws = 40000;
+  std::map<uint32_t, double> first, afterA;
+  int endedAfterA = 0, startingWithA = 0;
+  for (int i = 0; i < draws; ++i) {
+    const auto draw = sampler.sentence(random);
+    const auto& w = draw.words;
+    if (w.empty()) {
+      first[id["</s>"]] += 1.0 / draws;
+      continue;
+    }
+    first[w[0]] += 1.0 / draws;
+    if (w[0] != id["あ/a"]) continue;
+    ++startingWithA;
+    if (w.size() == 1) ++endedAfterA;
+    else afterA[w[1]] += 1;
+  }
+  const double tolerance = 0.01;
+  EXPECT_NEAR(first[id["あ/a"]], 0.5, tolerance);
+  EXPECT_NEAR(first[id["</s>"]], 0.5 * 2 / 6, tolerance);
+  EXPECT_NEAR(first[id["び/b"]], 0.5 * 3 / 6, tolerance);
+  EXPECT_NEAR(first[id["し/c"]], 0.5 * 1 / 6, tolerance);
+  EXPECT_EQ(first.count(id["<s>"]), 0u) << "<s> is never drawn";
+  // P(· | a) is b 0.6 and 0.4 × (</s> 2, a 4, c 1) / 7; without c, scaled
+  // to the 0.3 that the trigram leaves.
+  const double withoutC = 0.6 + 0.4 * 6 / 7;
+  const double n = startingWithA;
+  EXPECT_NEAR(afterA[id["し/c"]] / n, 0.7, tolerance);
+  EXPECT_NEAR(afterA[id["び/b"]] / n, 0.3 * 0.6 / withoutC, tolerance);
+  EXPECT_NEAR(afterA[id["あ/a"]] / n, 0.3 * 0.4 * 4 / 7 / withoutC, tolerance);
+  EXPECT_NEAR(endedAfterA / n, 0.3 * 0.4 * 2 / 7 / withoutC, tolerance);
+}
+
+TEST(SentenceSamplerTest, OneSeedGivesOneTextAndRunOnsAreCut) {
+  orvane::testing::TempDir dir;
+  BackOffModel fixture(dir.path());
+  const LanguageModel model = LanguageModel::load(dir.path());
+  const SentenceSampler sampler(model);
+  auto draw = [&](uint64_t seed) {
+    std::mt19937_64 random(seed);
+    std::vector<std::vector<uint32_t>> sentences;
+    for (int i = 0; i < 50; ++i) sentences.push_back(sampler.sentence(random).words);
+    return sentences;
+  };
+  EXPECT_EQ(draw(1), draw(1));
+  EXPECT_NE(draw(1), draw(2));
+
+  // A model that never ends a sentence.
+  orvane::testing::TempDir loop;
+  ModelFixture endless(loop.path(), {{"<s>", {-8, 0}}, {"</s>", {-8, 0}}, {"あ/a", {0, 0}}}, {}, {});
+  const LanguageModel endlessModel = LanguageModel::load(loop.path());
+  std::mt19937_64 random(1);
+  const auto cut = SentenceSampler(endlessModel).sentence(random);
+  EXPECT_FALSE(cut.ended);
+  EXPECT_EQ(cut.words.size(), SentenceSampler::maxWords);
 }
 
 TEST(LanguageModelTest, SplitsKeysAtTheFirstSlash) {

@@ -63,17 +63,35 @@ Sources (each optional; at least one must give words):
                   becomes its cheapest by 1000. Not used unless given;
                   --no-corpus turns it off again.
   --lm DIR        a word 3-gram language model in the layout of Debian's
-                  libkkc-data (/usr/lib/x86_64-linux-gnu/libkkc/models/sorted3):
+                  libkkc-data (default /usr/lib/x86_64-linux-gnu/libkkc/models/sorted3):
                   data.1gram.index, a MARISA trie of "reading/surface" keys,
                   and data.1gram, data.2gram, data.3gram, little-endian
-                  records of 6, 12 and 10 bytes. Its unigram probabilities
-                  re-cost IPADIC's content words before the rules run: a
-                  kanji spelling it never saw (whole, or a conjugated form by
-                  its stem: 行わ as 行, 変える as 変え) +500; the spellings of
-                  a reading it knows move a fifth of the way towards the
-                  reading's cheapest cost plus 1600 per factor of ten of
-                  rarity. Not used unless given; --no-lm turns it off again.
-                  A malformed file is an error naming it and the byte offset.
+                  records of 6, 12 and 10 bytes. Sentences are drawn from it
+                  (exactly, with back-off, from a fixed seed), tagged with
+                  IPADIC's words and ids by MeCab, and counted: a word seen
+                  at least 3 times costs -log P(word | its id), a pair of ids
+                  seen at least 5 times -log P(id2 | id1), at 850 per unit of
+                  natural log. Each id's word costs are then moved to
+                  IPADIC's level (the median over its counted words) and its
+                  column of connection costs the other way, which leaves
+                  every path's cost as counted: words the text did not show
+                  keep IPADIC's costs (no cheaper than a word seen 3 times),
+                  pairs it did not show IPADIC's connection costs moved by
+                  the median difference (no cheaper than a pair seen 5
+                  times). A model's reading wins where MeCab's differs (日本
+                  as にっぽん). A missing default model, or a missing MeCab
+                  dictionary, is skipped with a line; a malformed model file
+                  is an error naming it and the byte offset. --no-lm leaves
+                  IPADIC's costs.
+  --lm-words N    words to draw from the model (default 3000000).
+  --lm-scale N    cost per unit of natural log (default 850).
+  --lm-min-word N, --lm-min-pair N
+                  the fewest times a word, a pair of ids, must be seen for
+                  the counts to set its cost (default 3, 5).
+  --lm-own-ids N  the N most frequent function words get context ids of
+                  their own (default 100).
+  --mecab-dic DIR MeCab's compiled IPADIC (default /var/lib/mecab/dic/ipadic-utf8,
+                  package mecab-ipadic-utf8).
   --mozc DIR      a Mozc source tree (or a flat directory of its files):
                   src/data/dictionary_oss/dictionary*.txt with id.def and
                   connection_single_column.txt replace IPADIC's words and costs;
@@ -82,9 +100,6 @@ Sources (each optional; at least one must give words):
 
 Cost rules (applied to IPADIC's words; Mozc's costs are used
 as they are). Each is a general rule, deterministic, named for --without:
-  negative-costs     content words cheaper than 0 cost 0 (市内 -2006, 協会
-                     -5716): IPADIC learned them from newspapers, and so
-                     cheap they beat every split of their reading (し|ない).
   edict-words        EDICT's nouns missing from IPADIC (readings of 2 kana or
                      more, surfaces of kanji and kana, first sense a noun,
                      verbal noun or adjectival noun) are added under those
@@ -114,11 +129,6 @@ as they are). Each is a general rule, deterministic, named for --without:
                      their cost.
   proper-nouns       +1000 for 名詞,固有名詞 (IPADIC's many rare names and
                      places), country names (地域,国: 日本, 中国) excepted.
-  symbol-readings    +5000 for surfaces without kana or kanji read as kana
-                     (５ as ご, ￥ as えん, Χ as かい): offered, not chosen
-                     mid-sentence.
-  numerals           +2000 for kanji numerals (名詞,数) read with one or two
-                     kana (二 に, 五 ご): numbers are typed as digits.
   short-readings     +1500 for kanji words read with one kana (胃 い, 派 は),
                      counters (名詞,接尾,助数詞) aside: they compete with
                      particles everywhere.
@@ -129,9 +139,6 @@ as they are). Each is a general rule, deterministic, named for --without:
                      the two costs; the 御 spelling +1000.
   rare-kanji         +1000 for a surface with a kanji outside JIS X 0208
                      level 1 (凭れる, 𩸽): rare, archaic or variant forms.
-  kana-spellings     -600 for content words written all in hiragana: the
-                     converter charges that, and IPADIC's costs already
-                     count how often a word is written so.
   usually-kana       applied last: where a content word's cheapest kanji
                      spelling (one reading, one pair of ids) is one EDICT
                      marks common (P) and usually written in kana (uk) in
@@ -197,6 +204,11 @@ Options parse(int argc, char** argv) {
       if (i + 1 >= argc) fail(arg + " needs a value (see --help)");
       return argv[++i];
     };
+    auto count = [&](int64_t least) -> std::size_t {
+      const auto n = parseInt(value());
+      if (!n || *n < least) fail(arg + " needs a whole number of at least " + std::to_string(least));
+      return static_cast<std::size_t>(*n);
+    };
     if (arg == "-h" || arg == "--help") {
       std::cout << usage;
       std::exit(0);
@@ -225,6 +237,12 @@ Options parse(int argc, char** argv) {
     else if (arg == "--separate-lists") options.build.separateLists = true;
     else if (arg == "--lm") options.build.languageModel = fs::path(value());
     else if (arg == "--no-lm") options.build.languageModel.reset();
+    else if (arg == "--mecab-dic") options.build.mecabDictionary = fs::path(value());
+    else if (arg == "--lm-words") options.build.sampleWords = count(1);
+    else if (arg == "--lm-scale") options.build.context.scale = static_cast<double>(count(1));
+    else if (arg == "--lm-min-word") options.build.context.minimumWordCount = static_cast<double>(count(1));
+    else if (arg == "--lm-min-pair") options.build.context.minimumPairCount = static_cast<double>(count(1));
+    else if (arg == "--lm-own-ids") options.build.context.ownIDs = count(0);
     else if (arg == "--corpus") options.build.corpus = fs::path(value());
     else if (arg == "--no-corpus") options.build.corpus.reset();
     else if (arg == "-q" || arg == "--quiet") options.quiet = true;

@@ -187,21 +187,17 @@ struct Adjustments {
   bool skkOrder = true;          // "skk-order"
   bool katakanaVariants = true;  // "katakana-variants"
   bool properNouns = true;       // "proper-nouns"
-  bool symbolReadings = true;    // "symbol-readings"
-  bool numerals = true;          // "numerals"
   bool shortReadings = true;     // "short-readings"
-  bool kanaSpellings = true;     // "kana-spellings"
   bool skkWords = true;          // "skk-words"
   bool honorificKana = true;     // "honorific-kana"
   bool rareKanji = true;         // "rare-kanji"
   bool edictWords = true;        // "edict-words"
   bool edictCommon = true;       // "edict-common"
-  bool negativeCosts = true;     // "negative-costs"
   bool usuallyKana = true;       // "usually-kana"
 };
-inline constexpr const char* adjustmentNames[] = {"skk-order",  "katakana-variants", "proper-nouns", "symbol-readings",
-                                                  "numerals",   "short-readings",    "kana-spellings", "skk-words", "honorific-kana", "rare-kanji",
-                                                  "edict-words", "edict-common", "negative-costs", "usually-kana"};
+inline constexpr const char* adjustmentNames[] = {"skk-order",   "katakana-variants", "proper-nouns",
+                                                  "short-readings", "skk-words",      "honorific-kana",
+                                                  "rare-kanji",  "edict-words",       "edict-common", "usually-kana"};
 // Whether a name is a rule's; sets it in `adjustments`.
 bool setAdjustment(Adjustments& adjustments, std::string_view name, bool on);
 
@@ -228,26 +224,12 @@ void addSKKWords(Lexicon& lexicon, const SKKDictionary& skk);
 // reading, and of function words that have a hiragana one under the same
 // ids: native words, names and particles are rarely written in katakana.
 void penalizeKatakanaVariants(Lexicon& lexicon);
-// Content words with a cost below zero (市内, 連盟, 協会): IPADIC learned
-// them from newspaper text, where they are frequent; so cheap, they beat
-// every split of their reading (市内 for し|ない). They cost 0 instead.
-void raiseNegativeCosts(Lexicon& lexicon);
 // Proper nouns (名詞,固有名詞): IPADIC lists many rare names cheaply. Country
 // names are the exception: a closed list of everyday words (日本, 中国).
 void penalizeProperNouns(Lexicon& lexicon);
-// Digits, Latin and Greek letters and symbols read as kana (５ as ご, ￥ as
-// えん): they should be offered, not chosen on the way through a sentence.
-void penalizeSymbolReadings(Lexicon& lexicon);
-// Kanji numerals (名詞,数) with readings of one or two kana (二 に, 五 ご):
-// numbers are typed as digits, and these readings are everyday particles and words.
-void penalizeNumerals(Lexicon& lexicon);
 // Content words with a kanji surface and a one-kana reading (胃 い, 木 き):
 // each competes with particles and endings everywhere in a sentence.
 void penalizeShortReadings(Lexicon& lexicon);
-// Content words spelled wholly in hiragana are already charged for it at
-// conversion; IPADIC's costs count them by how often they are written so, so
-// they get that charge back.
-void creditKanaSpellings(Lexicon& lexicon);
 // Words that begin with the honorific prefix 御 read ご or お (御飯, 御自由)
 // get a twin with the prefix in kana (ご飯, ご自由) at the same cost, and
 // the kanji spelling costs more: modern writing spells the prefix in kana.
@@ -273,7 +255,8 @@ void applyAdjustments(Lexicon& lexicon, const Adjustments& adjustments, const SK
 // Moves ids so that 0 is the sentence boundary and the user-word and
 // fall-back-symbol ids land on the names the input method expects; words and
 // costs move with their ids. Throws SourceError when a name is missing.
-void renumber(Lexicon& lexicon);
+// Returns the new id of every old one.
+std::vector<int32_t> renumber(Lexicon& lexicon);
 // The little-endian table: N, then N·N signed 16-bit costs.
 std::string connectionBytes(const Grammar& grammar);
 // "id name" for every used id.
@@ -318,6 +301,36 @@ inline constexpr const char* defaultSKK = "/usr/share/skk/SKK-JISYO.L";
 inline constexpr const char* defaultSKKExtra = "/usr/share/skk/SKK-JISYO.propernoun";
 inline constexpr const char* defaultEDICT = "/usr/share/edict/edict";
 inline constexpr const char* defaultLanguageModel = "/usr/lib/x86_64-linux-gnu/libkkc/models/sorted3";
+// MeCab's IPADIC in UTF-8 (package mecab-ipadic-utf8), compiled from the same
+// source as the IPADIC the words are read from: it tags the model's text.
+inline constexpr const char* defaultMeCabDictionary = "/var/lib/mecab/dic/ipadic-utf8";
+
+// One word as an analyser cut and tagged it.
+struct AnalysedWord {
+  std::size_t length = 0;  // bytes of the sentence it covers
+  std::string reading;     // hiragana; empty when the analyser gives none
+  int32_t id = 0;          // IPADIC's context id
+  bool known = true;       // a word of the analyser's dictionary, not a guess
+};
+// Cuts and tags a sentence; nothing when its words do not cover the
+// sentence byte for byte (MeCab skips spaces, for one).
+using Analyser = std::function<std::optional<std::vector<AnalysedWord>>(std::string_view sentence)>;
+
+// Words drawn from the language model: enough for the costs of about 60 000
+// words and 300 000 pairs of ids (see --help).
+inline constexpr std::size_t defaultSampleWords = 3'000'000;
+
+// How counts become costs (see --help, option --lm).
+struct ContextOptions {
+  // Cost per unit of natural log: IPADIC's costs are its model's weights
+  // times 800, and the converter's fixed charges were set on that scale.
+  double scale = 850;
+  // Counts below these are too few to tell a cost from chance.
+  double minimumWordCount = 3;
+  double minimumPairCount = 5;
+  // Function words given ids of their own, the most frequent first.
+  std::size_t ownIDs = 100;
+};
 
 struct BuildOptions {
   fs::path output;
@@ -333,8 +346,15 @@ struct BuildOptions {
   // Added vocabulary in its own ut-*.tsv rather than merged into mozc.tsv:
   // every look-up then searches one more file.
   bool separateLists = false;
-  // A word 3-gram model in libkkc-data's layout; none by default.
-  std::optional<fs::path> languageModel;
+  // A word 3-gram model in libkkc-data's layout: text drawn from it and
+  // tagged sets word and connection costs. A missing default is skipped with
+  // a line in BuildResult::skipped.
+  std::optional<fs::path> languageModel = fs::path(defaultLanguageModel);
+  fs::path mecabDictionary = defaultMeCabDictionary;
+  std::size_t sampleWords = defaultSampleWords;
+  ContextOptions context;
+  // Tags the drawn text instead of MeCab (for tests).
+  Analyser analyser;
   // Word counts of running text (scripts/corpus-stats.sh); none by default.
   std::optional<fs::path> corpus;
 };

@@ -1,0 +1,84 @@
+// Context statistics: text drawn from the word 3-gram language model, tagged
+// with IPADIC's words by MeCab, and the class bigram model estimated from it
+// (word costs within their context id, connection costs between ids, with
+// the most frequent function words given ids of their own).
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "language_model.h"
+#include "mkdict.h"
+
+namespace orvane::mkdict {
+
+// One word of the tagged text: its reading (hiragana), surface and IPADIC's
+// context id as MeCab gives it, before renumbering. Words MeCab does not know
+// carry the id of its guess and are not in the word list.
+struct TaggedWord {
+  std::string reading;
+  std::string surface;
+  int32_t id = 0;
+  bool known = true;
+  bool operator==(const TaggedWord&) const = default;
+};
+
+struct TaggedText {
+  std::vector<TaggedWord> words;  // distinct words
+  // Stretches of text as indices into `words`. A stretch that begins or
+  // ends a sentence has a transition from or to the sentence boundary; one
+  // cut out of a sentence (at a space, or where the sampler stopped a
+  // sentence that ran on) has none there.
+  struct Sentence {
+    std::vector<uint32_t> words;
+    bool starts = true;
+    bool ends = true;
+  };
+  std::vector<Sentence> sentences;
+  std::size_t tokens = 0;
+  std::size_t readingsFromModel = 0;   // words whose reading the model's stretch decided
+  std::size_t unread = 0;              // words of stretches whose readings disagree past repair (reading empty)
+  std::size_t droppedSentences = 0;    // stretches MeCab's words do not line up with
+};
+
+// MeCab with the compiled IPADIC in `dictionary`, in this process. Throws
+// SourceError when it cannot be opened.
+Analyser mecabAnalyser(const fs::path& dictionary);
+
+struct SampleOptions {
+  std::size_t words = defaultSampleWords;  // model words to draw, about
+  uint64_t seed = 13;
+};
+
+// Draws sentences from the model with a fixed seed and tags them. Each
+// analysed word takes the reading of the model's words it lines up with;
+// where the two disagree on a stretch (日本 read にっぽん), the model's
+// reading goes to the one word of the stretch that can take it, and the
+// words of a stretch where none can are left without a reading.
+TaggedText sampleTaggedText(const LanguageModel& model, const Analyser& analyser, const SampleOptions& options,
+                            const Progress& progress);
+
+// Lines up the words of a sentence as the model cut it with the words the
+// analyser cut it into, both given as (byte length, reading), and returns
+// the reading each analysed word gets: empty where a stretch cannot be read.
+struct Piece {
+  std::size_t length = 0;
+  std::string reading;  // empty when unknown
+};
+std::vector<std::string> alignReadings(const std::vector<Piece>& modelWords, const std::vector<Piece>& analysedWords);
+
+struct ContextReport {
+  std::size_t ownIDs = 0;       // function words given ids of their own
+  std::size_t wordsCosted = 0;  // entries whose cost the counts set
+  std::size_t pairsCosted = 0;  // connection costs the counts set
+};
+// Re-costs the renumbered lexicon from the tagged text: `newID` maps IPADIC's
+// ids (as the analyser gives them) to the lexicon's.
+ContextReport applyContextStatistics(Lexicon& lexicon, const TaggedText& text, const std::vector<int32_t>& newID,
+                                     const ContextOptions& options = {});
+
+}  // namespace orvane::mkdict

@@ -1,0 +1,188 @@
+#include "context.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "model_fixture.h"
+#include "testing/environment.h"
+
+namespace orvane::mkdict {
+namespace {
+
+using ::testing::ElementsAre;
+
+// Pieces from "surface/reading" strings.
+std::vector<Piece> pieces(std::initializer_list<std::pair<std::string, std::string>> words) {
+  std::vector<Piece> out;
+  for (const auto& [surface, reading] : words) out.push_back({surface.size(), reading});
+  return out;
+}
+
+TEST(AlignReadingsTest, EachAnalysedWordTakesTheModelsReadingOfItsStretch) {
+  struct Case {
+    std::string what;
+    std::vector<Piece> model, analysed;
+    std::vector<std::string> readings;
+  };
+  const std::vector<Case> cases = {
+      {"the same cut and readings", pieces({{"雨", "あめ"}, {"が", "が"}}), pieces({{"雨", "あめ"}, {"が", "が"}}),
+       {"あめ", "が"}},
+      {"the model's reading of one word wins", pieces({{"日本", "にっぽん"}, {"の", "の"}}),
+       pieces({{"日本", "にほん"}, {"の", "の"}}), {"にっぽん", "の"}},
+      {"one analysed word over two model words", pieces({{"思", "おも"}, {"い", "い"}, {"ます", "ます"}}),
+       pieces({{"思い", "おもい"}, {"ます", "ます"}}), {"おもい", "ます"}},
+      {"two analysed words over one model word", pieces({{"漢字", "かんじ"}}), pieces({{"漢", "かん"}, {"字", "じ"}}),
+       {"かん", "じ"}},
+      {"a word the analyser cannot read", pieces({{"イェリサ", "いぇりさ"}, {"ドニエ", "どにえ"}}),
+       pieces({{"イェリサドニエ", ""}}), {"いぇりさどにえ"}},
+      {"the one word between readings that fit takes the rest",
+       pieces({{"大日本帝国", "だいにっぽんていこく"}}),
+       pieces({{"大", "だい"}, {"日本", "にほん"}, {"帝国", "ていこく"}}), {"だい", "にっぽん", "ていこく"}},
+      {"a stretch no word can take is left unread, the rest is not",
+       pieces({{"一人", "ひとり"}, {"で", "で"}}), pieces({{"一", "いち"}, {"人", "にん"}, {"で", "で"}}),
+       {"", "", "で"}},
+  };
+  for (const auto& c : cases) EXPECT_EQ(alignReadings(c.model, c.analysed), c.readings) << c.what;
+}
+
+// A model that always says "x　y" (x, an ideographic space, y), and an
+// analyser that cuts a text into its characters, knowing only x.
+class SpacedModel : public ModelFixture {
+ public:
+  explicit SpacedModel(const fs::path& dir)
+      : ModelFixture(dir,
+                     {{"<s>", {-8, 0}},
+                      {"</s>", {-8, 0}},
+                      {"えっくす/x", {-8, 0}},
+                      {"くうはく/\u3000", {-8, 0}},
+                      {"わい/y", {-8, 0}}},
+                     {{{"<s>", "えっくす/x"}, {0, 0}},
+                      {{"えっくす/x", "くうはく/\u3000"}, {0, 0}},
+                      {{"くうはく/\u3000", "わい/y"}, {0, 0}},
+                      {{"わい/y", "</s>"}, {0, 0}}},
+                     {}) {}
+};
+
+TEST(SampledTextTest, SpacesCutSentencesIntoStretchesReadAsTheModelReadsThem) {
+  testing::TempDir dir;
+  SpacedModel fixture(dir.path());
+  const LanguageModel model = LanguageModel::load(dir.path());
+  std::vector<std::string> analysed;
+  const Analyser byCharacter = [&](std::string_view sentence) -> std::optional<std::vector<AnalysedWord>> {
+    analysed.emplace_back(sentence);
+    std::vector<AnalysedWord> words;
+    for (char c : sentence) words.push_back({1, c == 'x' ? "えっくす" : "", c == 'x' ? 10 : 20, c == 'x'});
+    return words;
+  };
+  SampleOptions options;
+  options.words = 30;  // ten sentences of three words
+  const TaggedText text = sampleTaggedText(model, byCharacter, options, [](std::string_view) {});
+
+  ASSERT_EQ(text.sentences.size(), 20u);
+  EXPECT_THAT(std::vector(analysed.begin(), analysed.begin() + 2), ElementsAre("x", "y"))
+      << "the space is never given to the analyser";
+  ASSERT_EQ(text.words.size(), 2u);
+  EXPECT_EQ(text.words[0], (TaggedWord{"えっくす", "x", 10, true}));
+  EXPECT_EQ(text.words[1], (TaggedWord{"わい", "y", 20, false})) << "its reading comes from the model";
+  EXPECT_EQ(text.readingsFromModel, 10u);
+  EXPECT_EQ(text.tokens, 20u);
+  const auto& before = text.sentences[0];
+  const auto& after = text.sentences[1];
+  EXPECT_TRUE(before.starts);
+  EXPECT_FALSE(before.ends) << "the stretch before the space does not end the sentence";
+  EXPECT_FALSE(after.starts);
+  EXPECT_TRUE(after.ends);
+}
+
+// A grammar of five ids: nouns (1), the particle が (2), formal nouns (3),
+// an unused id (4) and verbs (5); every connection costs 1000 in IPADIC.
+Lexicon smallLexicon() {
+  Lexicon lexicon;
+  lexicon.grammar.names = {"BOS/EOS,*,*,*,*,*,*", "名詞,一般,*,*,*,*,*", "助詞,格助詞,一般,*,*,*,が",
+                           "名詞,非自立,一般,*,*,*,*", "", "動詞,自立,*,*,五段・ラ行,基本形,*"};
+  lexicon.grammar.costs.assign(36, 1000);
+  lexicon.words = {
+      {"あめ", 1, 1, 4000, "雨"},   {"あめ", 1, 1, 5000, "飴"},   {"そら", 1, 1, 4500, "空"},
+      {"あめ", 1, 1, 3000, "天"},   {"あめ", 1, 1, 9000, "𩅦"},   {"が", 2, 2, 100, "が"},
+      {"こと", 3, 3, 2000, "こと"}, {"もの", 3, 3, 2500, "もの"}, {"ふる", 5, 5, 3500, "降る"},
+  };
+  return lexicon;
+}
+
+// Sentences of (reading, surface, id) words, each repeated.
+TaggedText textOf(const std::vector<std::pair<std::vector<TaggedWord>, int>>& sentences) {
+  TaggedText text;
+  for (const auto& [words, times] : sentences) {
+    TaggedText::Sentence sentence;
+    for (const auto& word : words) {
+      auto at = std::find(text.words.begin(), text.words.end(), word);
+      if (at == text.words.end()) at = text.words.insert(text.words.end(), word);
+      sentence.words.push_back(static_cast<uint32_t>(at - text.words.begin()));
+    }
+    for (int i = 0; i < times; ++i) text.sentences.push_back(sentence);
+  }
+  return text;
+}
+
+int32_t costOf(const Lexicon& lexicon, std::string_view surface) {
+  for (const auto& w : lexicon.words)
+    if (w.surface == surface) return w.cost;
+  ADD_FAILURE() << surface;
+  return 0;
+}
+
+TEST(ContextCostsTest, CountedPathsCostWhatTheClassBigramModelSays) {
+  Lexicon lexicon = smallLexicon();
+  const TaggedWord rain{"あめ", "雨", 1}, candy{"あめ", "飴", 1}, sky{"そら", "空", 1}, ga{"が", "が", 2},
+      fall{"ふる", "降る", 5};
+  const TaggedText text = textOf({{{rain, ga, fall}, 40}, {{candy, ga}, 10}, {{sky, ga}, 20}, {{sky}, 2}});
+  const std::vector<int32_t> sameIDs = {0, 1, 2, 3, 4, 5};
+  const ContextOptions options;
+  applyContextStatistics(lexicon, text, sameIDs, options);
+  const auto& g = lexicon.grammar;
+  const double s = options.scale;
+  auto expectCost = [&](double actual, double probability, const char* what) {
+    EXPECT_NEAR(actual, -s * std::log(probability), 1.5) << what;
+  };
+  // Nouns: 72 of them; 雨 40, 空 22, 飴 10. After a noun: が 70 times, the end 2.
+  expectCost(g.cost(0, 1) + costOf(lexicon, "雨"), 72.0 / 72 * 40 / 72, "<s> 雨");
+  expectCost(g.cost(1, 2) + costOf(lexicon, "が"), 70.0 / 72, "noun が");
+  expectCost(g.cost(2, 5) + costOf(lexicon, "降る"), 40.0 / 70, "が 降る");
+  expectCost(g.cost(5, 0), 1, "降る </s>");
+  EXPECT_NEAR(costOf(lexicon, "飴") - costOf(lexicon, "雨"), s * std::log(4.0), 1) << "four times rarer";
+  // The nouns' costs keep IPADIC's level: the middle one of 雨, 空, 飴 moved
+  // least... exactly by nothing.
+  std::vector<int> moved = {costOf(lexicon, "雨") - 4000, costOf(lexicon, "空") - 4500, costOf(lexicon, "飴") - 5000};
+  std::sort(moved.begin(), moved.end());
+  EXPECT_EQ(moved[1], 0);
+  // Words the text did not show: 𩅦 keeps its dear IPADIC cost, 天 may not
+  // be cheaper than a noun seen three times.
+  EXPECT_EQ(costOf(lexicon, "𩅦"), 9000);
+  EXPECT_NEAR(costOf(lexicon, "天") - costOf(lexicon, "飴"), s * std::log(10.0 / 3), 1);
+  // Pairs not counted: IPADIC's cost moved by the median difference, but
+  // no likelier than a pair seen five times (noun -> noun never is).
+  EXPECT_GE(g.cost(1, 1) + costOf(lexicon, "雨"), -s * std::log(5.0 / 72 * 40 / 72) - 1);
+}
+
+TEST(ContextCostsTest, FrequentFunctionWordsGetIdsOfTheirOwn) {
+  Lexicon lexicon = smallLexicon();
+  const TaggedWord koto{"こと", "こと", 3}, mono{"もの", "もの", 3}, ga{"が", "が", 2}, rain{"あめ", "雨", 1};
+  const TaggedText text = textOf({{{koto, ga}, 30}, {{rain, mono}, 10}, {{rain, ga}, 5}});
+  ContextOptions options;
+  options.ownIDs = 1;
+  const auto report = applyContextStatistics(lexicon, text, {0, 1, 2, 3, 4, 5}, options);
+  EXPECT_EQ(report.ownIDs, 1u);
+  const auto& g = lexicon.grammar;
+  ASSERT_EQ(g.size(), 6) << "the unused id is taken first";
+  EXPECT_EQ(g.names[4], "名詞,非自立,一般,*,*,*,こと") << "classified as its id was";
+  for (const auto& w : lexicon.words) {
+    if (w.surface == "こと" || w.surface == "もの") {
+      EXPECT_EQ(w.leftID, w.surface == "こと" ? 4 : 3) << w.surface;
+    }
+  }
+  // こと is always followed by が, もの never: their ids now say so.
+  EXPECT_LT(g.cost(4, 2), g.cost(3, 2));
+}
+
+}  // namespace
+}  // namespace orvane::mkdict
