@@ -184,8 +184,8 @@ ContextReport applyContextStatistics(Lexicon& lexicon, const TaggedText& text, c
       ++report.wordsCosted;
     } else if (classCount[c] > 0) {
       // A word the text did not show often enough is no likelier than one
-      // it showed minimumWordCount times.
-      cost = std::max(cost, -scale * std::log(options.minimumWordCount / classCount[c]) + level[c]);
+      // it showed unseenWordCount times.
+      cost = std::max(cost, -scale * std::log(options.unseenWordCount / classCount[c]) + level[c]);
     }
     word.cost = static_cast<int32_t>(std::lround(cost));
   }

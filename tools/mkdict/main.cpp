@@ -4,6 +4,8 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cmath>
+#include <cstdlib>
 #include <cstdio>
 #include <cstring>
 #include <iostream>
@@ -88,6 +90,10 @@ Sources (each optional; at least one must give words):
   --lm-min-word N, --lm-min-pair N
                   the fewest times a word, a pair of ids, must be seen for
                   the counts to set its cost (default 3, 5).
+  --lm-unseen-count N
+                  a word seen fewer times than --lm-min-word costs at least
+                  what one seen N times would (default 1; N may be a
+                  fraction).
   --lm-own-ids N  the N most frequent function words get context ids of
                   their own (default 100).
   --mecab-dic DIR MeCab's compiled IPADIC (default /var/lib/mecab/dic/ipadic-utf8,
@@ -209,6 +215,13 @@ Options parse(int argc, char** argv) {
       if (!n || *n < least) fail(arg + " needs a whole number of at least " + std::to_string(least));
       return static_cast<std::size_t>(*n);
     };
+    auto positive = [&]() -> double {
+      const std::string text = value();
+      char* end = nullptr;
+      const double n = std::strtod(text.c_str(), &end);
+      if (text.empty() || *end != '\0' || !(n > 0) || !std::isfinite(n)) fail(arg + " needs a number above 0");
+      return n;
+    };
     if (arg == "-h" || arg == "--help") {
       std::cout << usage;
       std::exit(0);
@@ -242,6 +255,7 @@ Options parse(int argc, char** argv) {
     else if (arg == "--lm-scale") options.build.context.scale = static_cast<double>(count(1));
     else if (arg == "--lm-min-word") options.build.context.minimumWordCount = static_cast<double>(count(1));
     else if (arg == "--lm-min-pair") options.build.context.minimumPairCount = static_cast<double>(count(1));
+    else if (arg == "--lm-unseen-count") options.build.context.unseenWordCount = positive();
     else if (arg == "--lm-own-ids") options.build.context.ownIDs = count(0);
     else if (arg == "--corpus") options.build.corpus = fs::path(value());
     else if (arg == "--no-corpus") options.build.corpus.reset();

@@ -328,6 +328,9 @@ struct ContextOptions {
   // Counts below these are too few to tell a cost from chance.
   double minimumWordCount = 3;
   double minimumPairCount = 5;
+  // A word the text did not show often enough costs at least what one
+  // seen this many times would.
+  double unseenWordCount = 1;
   // Function words given ids of their own, the most frequent first.
   std::size_t ownIDs = 100;
 };
