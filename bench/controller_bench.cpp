@@ -71,14 +71,7 @@ Data& data() {
   return d;
 }
 
-platform::KeyEvent keyEvent(uint16_t code, std::string characters, uint64_t flags = 0) {
-  platform::KeyEvent e;
-  e.keyCode = code;
-  e.characters = characters;
-  e.charactersIgnoringModifiers = std::move(characters);
-  e.modifierFlags = flags;
-  return e;
-}
+using testing::keyEvent;
 
 void type(InputController& controller, platform::Client& client, std::string_view romaji) {
   for (char c : romaji) controller.handle(keyEvent(0, std::string(1, c)), &client);

@@ -63,13 +63,6 @@ Fixture& fixture() {
 
 fcitx::Key keyFor(char c) { return fcitx::Key(fcitx::Key::keySymFromUnicode(static_cast<unsigned char>(c))); }
 
-platform::KeyEvent controllerKey(uint16_t code, std::string characters) {
-  platform::KeyEvent e;
-  e.keyCode = code;
-  e.characters = characters;
-  e.charactersIgnoringModifiers = std::move(characters);
-  return e;
-}
 
 // One printable key, press and release, through Fcitx5 and the engine.
 void BM_KeystrokeThroughFcitx5(benchmark::State& state) {
@@ -94,9 +87,9 @@ void BM_KeystrokeControllerAlone(benchmark::State& state) {
   testing::CapturingClient client;
   InputController controller(&client);
   std::size_t i = 0;
-  const auto escape = controllerKey(53, "\x1b");
+  const auto escape = testing::keyEvent(53, "\x1b");
   for (auto _ : state) {
-    benchmark::DoNotOptimize(controller.handle(controllerKey(0, std::string(1, sentence[i])), &client));
+    benchmark::DoNotOptimize(controller.handle(testing::keyEvent(0, std::string(1, sentence[i])), &client));
     if (++i == sentence.size()) {
       state.PauseTiming();
       controller.handle(escape, &client);
@@ -126,9 +119,9 @@ void BM_SpaceOnTwentyCharactersControllerAlone(benchmark::State& state) {
   if (!f.real) state.SkipWithError(("no dictionary data at " + mozcDirectory().string()).c_str());
   testing::CapturingClient client;
   InputController controller(&client);
-  for (char c : twentyCharacters) controller.handle(controllerKey(0, std::string(1, c)), &client);
-  const auto space = controllerKey(49, " ");
-  const auto backspace = controllerKey(51, "\x7f");
+  for (char c : twentyCharacters) controller.handle(testing::keyEvent(0, std::string(1, c)), &client);
+  const auto space = testing::keyEvent(49, " ");
+  const auto backspace = testing::keyEvent(51, "\x7f");
   for (auto _ : state) {
     controller.handle(space, &client);
     state.PauseTiming();

@@ -17,14 +17,7 @@
 namespace orvane {
 namespace {
 
-
-platform::KeyEvent keyEvent(uint16_t code, std::string characters) {
-  platform::KeyEvent e;
-  e.keyCode = code;
-  e.characters = characters;
-  e.charactersIgnoringModifiers = std::move(characters);
-  return e;
-}
+using testing::keyEvent;
 
 constexpr std::string_view sentence = "watashihamainichinihongowobenkyoushiteimasukyouhaiitenkidesu";
 

@@ -6,10 +6,12 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/candidate_panel.h"
 #include "platform/client.h"
+#include "platform/key_event.h"
 
 namespace orvane::testing {
 
@@ -99,5 +101,16 @@ class RecordingCandidatePanel final : public platform::ListCandidatePanel {
   void didHide() override { ++hides; }
   void didReceiveArrow(bool down) override { arrows.push_back(down); }
 };
+
+// A key as a keyboard without modifiers sends it: the same characters with
+// and without modifiers.
+inline platform::KeyEvent keyEvent(uint16_t code, std::string characters, uint64_t flags = 0) {
+  platform::KeyEvent e;
+  e.keyCode = code;
+  e.characters = characters;
+  e.charactersIgnoringModifiers = std::move(characters);
+  e.modifierFlags = flags;
+  return e;
+}
 
 }  // namespace orvane::testing
