@@ -63,6 +63,13 @@ bool allKatakana(std::string_view s) {
          !std::all_of(scalars.begin(), scalars.end(), [](char32_t c) { return c == 0x30FC; });
 }
 
+bool allHiragana(std::string_view s) {
+  const auto scalars = text::scalars(s);
+  return !scalars.empty() && std::all_of(scalars.begin(), scalars.end(), [](char32_t c) {
+    return (c >= 0x3041 && c <= 0x309F) || c == 0x30FC;
+  });
+}
+
 bool setAdjustment(Adjustments& adjustments, std::string_view name, bool on) {
   if (name == "skk-order") adjustments.skkOrder = on;
   else if (name == "katakana-variants") adjustments.katakanaVariants = on;

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cmath>
 
 #include "corpus.h"
 #include "context.h"
@@ -42,10 +43,17 @@ void applyLanguageModel(const BuildOptions& options, Lexicon& lexicon, const std
   progress("language model: " + std::to_string(text.tokens) + " words tagged, " +
            std::to_string(text.readingsFromModel) + " read as the model reads them, " + std::to_string(text.unread) +
            " unread");
-  const auto report = applyContextStatistics(lexicon, text, newID, options.context);
+  std::unordered_map<std::string, double> logProbability;
+  model.forEachWord([&](std::string_view key, uint32_t id) {
+    if (auto parts = splitModelKey(key))
+      logProbability[std::string(parts->first) + "\t" + std::string(parts->second)] = model.unigram(id) * std::log(10.0);
+  });
+  const auto report = applyContextStatistics(lexicon, text, newID, options.context, &logProbability);
   progress("language model: " + std::to_string(report.ownIDs) + " function words with ids of their own; " +
            std::to_string(report.wordsCosted) + " word costs and " + std::to_string(report.pairsCosted) +
            " connection costs from the counts");
+  const std::size_t added = addModelWords(lexicon, model, analyser, newID, options.context.scale);
+  progress("language model: " + std::to_string(added) + " nouns added that the word list lacked");
   credits.push_back({"libkkc-data word 3-gram language model", versionOf(dir, defaultLanguageModel, "libkkc-data"),
                      "word costs and connection costs, counted in text drawn from the model (" +
                          std::to_string(options.sampleWords) + " words, a fixed seed) and tagged with IPADIC's "

@@ -9,6 +9,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "language_model.h"
@@ -79,6 +80,13 @@ struct ContextReport {
 // Re-costs the renumbered lexicon from the tagged text: `newID` maps IPADIC's
 // ids (as the analyser gives them) to the lexicon's.
 ContextReport applyContextStatistics(Lexicon& lexicon, const TaggedText& text, const std::vector<int32_t>& newID,
-                                     const ContextOptions& options = {});
+                                     const ContextOptions& options = {},
+                                     const std::unordered_map<std::string, double>* modelLogProbability = nullptr);
+
+// Adds the nouns the model has and the word list lacks, where the analyser
+// confirms their reading (or a katakana word reads as written), as common
+// nouns costed from the model's probability. Returns how many.
+std::size_t addModelWords(Lexicon& lexicon, const LanguageModel& model, const Analyser& analyser,
+                          const std::vector<int32_t>& newID, double scale);
 
 }  // namespace orvane::mkdict

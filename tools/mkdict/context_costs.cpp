@@ -4,6 +4,7 @@
 #include <unordered_map>
 
 #include "context.h"
+#include "text/text.h"
 
 namespace orvane::mkdict {
 namespace {
@@ -30,6 +31,17 @@ std::string entryKey(std::string_view reading, std::string_view surface, int32_t
   key.reserve(reading.size() + surface.size() + 8);
   key.append(reading).append("\t").append(surface).append("\t").append(std::to_string(id));
   return key;
+}
+
+// What the converter adds to a content word written all in kana, which the
+// cost of a counted word already accounts for. Inflected forms and single
+// characters keep it: their kana spellings are where the analyser's guesses
+// on odd text gather (a stray き or い read as a verb).
+double kanaCharge(std::string_view name, std::string_view surface) {
+  if (!isContentWord(name) || text::characterCount(surface) < 2) return 0;
+  if (allHiragana(surface)) return 600;
+  if (allKatakana(surface)) return 500;
+  return 0;
 }
 
 double median(std::vector<double> values) {
@@ -88,7 +100,8 @@ std::map<std::pair<int32_t, std::string>, int32_t> addOwnIDs(Grammar& grammar, c
 }  // namespace
 
 ContextReport applyContextStatistics(Lexicon& lexicon, const TaggedText& text, const std::vector<int32_t>& newID,
-                                     const ContextOptions& options) {
+                                     const ContextOptions& options,
+                                     const std::unordered_map<std::string, double>* modelLogProbability) {
   ContextReport report;
   Grammar& grammar = lexicon.grammar;
   const double scale = options.scale;
@@ -175,12 +188,48 @@ ContextReport applyContextStatistics(Lexicon& lexicon, const TaggedText& text, c
     for (std::size_t c = 1; c < n; ++c)
       if (hasWords[c]) level[c] = differences[c].empty() ? global : median(differences[c]);
   }
+  // The words the text showed too rarely but the model knows: their cost
+  // from the model's probability, on the footing of the counted words of
+  // their id (the median of count-based cost against the model's).
+  std::vector<double> modelCost(lexicon.words.size(), std::nan(""));
+  if (modelLogProbability) {
+    auto probabilityOf = [&](const WordEntry& word) -> std::optional<double> {
+      const auto it = modelLogProbability->find(word.reading + "\t" + word.surface);
+      if (it == modelLogProbability->end()) return std::nullopt;
+      return it->second;
+    };
+    std::unordered_map<std::string, char> anyLearned;
+    for (std::size_t i = 0; i < lexicon.words.size(); ++i) {
+      char& learnedPair = anyLearned[lexicon.words[i].reading + "\t" + lexicon.words[i].surface];
+      learnedPair = learnedPair || isLearned[i];
+    }
+    std::vector<std::vector<double>> offsets(n);
+    std::vector<double> all;
+    for (std::size_t i = 0; i < lexicon.words.size(); ++i)
+      if (isLearned[i])
+        if (auto p = probabilityOf(lexicon.words[i])) {
+          offsets[static_cast<std::size_t>(lexicon.words[i].leftID)].push_back(learned[i] + scale * *p);
+          all.push_back(learned[i] + scale * *p);
+        }
+    const double global = median(all);
+    std::vector<double> offset(n, global);
+    for (std::size_t c = 0; c < n; ++c)
+      if (offsets[c].size() >= 10) offset[c] = median(offsets[c]);
+    for (std::size_t i = 0; i < lexicon.words.size(); ++i) {
+      const auto& word = lexicon.words[i];
+      if (isLearned[i] || anyLearned[word.reading + "\t" + word.surface]) continue;
+      if (auto p = probabilityOf(word)) modelCost[i] = offset[static_cast<std::size_t>(word.leftID)] - scale * *p;
+    }
+  }
   for (std::size_t i = 0; i < lexicon.words.size(); ++i) {
     auto& word = lexicon.words[i];
     const auto c = static_cast<std::size_t>(word.leftID);
     double cost = word.cost;
-    if (isLearned[i]) {
-      cost = learned[i] + level[c];
+    if (!std::isnan(modelCost[i])) {
+      cost = modelCost[i] + level[c] - kanaCharge(grammar.names[c], word.surface);
+      ++report.wordsCosted;
+    } else if (isLearned[i]) {
+      cost = learned[i] + level[c] - kanaCharge(grammar.names[c], word.surface);
       ++report.wordsCosted;
     } else if (classCount[c] > 0) {
       // A word the text did not show often enough is no likelier than one

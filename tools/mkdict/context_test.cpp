@@ -3,6 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <unordered_map>
+
+#include "language_model.h"
 #include "model_fixture.h"
 #include "testing/environment.h"
 
@@ -10,6 +14,7 @@ namespace orvane::mkdict {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::UnorderedElementsAre;
 
 // Pieces from "surface/reading" strings.
 std::vector<Piece> pieces(std::initializer_list<std::pair<std::string, std::string>> words) {
@@ -182,6 +187,78 @@ TEST(ContextCostsTest, FrequentFunctionWordsGetIdsOfTheirOwn) {
   }
   // こと is always followed by が, もの never: their ids now say so.
   EXPECT_LT(g.cost(4, 2), g.cost(3, 2));
+}
+
+TEST(ContextCostsTest, CountedKanaSpellingsAlreadyPayTheConvertersCharge) {
+  // The converter charges 600 for a content word all in hiragana and 500 all
+  // in katakana; a counted word's cost says how often it is written so, so
+  // it gives the charge back. Single characters keep it.
+  Lexicon lexicon = smallLexicon();
+  lexicon.words.push_back({"あめ", 1, 1, 4000, "あめ"});
+  lexicon.words.push_back({"あめ", 1, 1, 4000, "アメ"});
+  lexicon.words.push_back({"め", 1, 1, 4000, "め"});
+  const TaggedWord rain{"あめ", "雨", 1}, hiragana{"あめ", "あめ", 1}, katakana{"あめ", "アメ", 1}, eye{"め", "め", 1};
+  const TaggedText text = textOf({{{rain}, 10}, {{hiragana}, 10}, {{katakana}, 10}, {{eye}, 10}});
+  applyContextStatistics(lexicon, text, {0, 1, 2, 3, 4, 5});
+  const int32_t kanji = costOf(lexicon, "雨");
+  EXPECT_EQ(costOf(lexicon, "あめ"), kanji - 600);
+  EXPECT_EQ(costOf(lexicon, "アメ"), kanji - 500);
+  EXPECT_EQ(costOf(lexicon, "め"), kanji);
+}
+
+TEST(ContextCostsTest, WordsTooRareForTheTextTakeTheModelsProbability) {
+  Lexicon lexicon = smallLexicon();
+  const TaggedWord rain{"あめ", "雨", 1}, candy{"あめ", "飴", 1}, sky{"そら", "空", 1};
+  const TaggedText text = textOf({{{rain}, 40}, {{sky}, 20}, {{candy}, 10}});
+  // The model agrees with the counts, and knows 天 (shown too rarely to
+  // count) ten times rarer than 飴; it does not know 𩅦.
+  std::unordered_map<std::string, double> model;
+  for (const auto& [key, count] : {std::pair{"あめ\t雨", 40.0}, {"そら\t空", 20.0}, {"あめ\t飴", 10.0}, {"あめ\t天", 1.0}})
+    model[key] = std::log(count / 1000);
+  const ContextOptions options;
+  applyContextStatistics(lexicon, text, {0, 1, 2, 3, 4, 5}, options, &model);
+  EXPECT_NEAR(costOf(lexicon, "天") - costOf(lexicon, "飴"), options.scale * std::log(10.0), 1);
+  EXPECT_EQ(costOf(lexicon, "𩅦"), 9000);
+}
+
+// Nouns the model has and the word list lacks come in when their reading is
+// confirmed; the model's readings are machine-made and sometimes wrong.
+TEST(ModelWordsTest, AddsConfirmedNounsCostedByTheirProbability) {
+  orvane::testing::TempDir dir;
+  ModelFixture fixture(dir.path(),
+                       {{"<s>", {-1, 0}},
+                        {"</s>", {-1, 0}},
+                        {"あめ/雨", {-3, 0}},
+                        {"だいせいどう/大聖堂", {-5, 0}},  // 大 + 聖堂, read so by the analyser
+                        {"こわくぼし/小惑星", {-5, 0}},    // the analyser reads しょうわくせい
+                        {"おおみやこ/大都", {-5, 0}},      // a prefix alone, no noun
+                        {"じぇいむず/ジェイムズ", {-4, 0}},
+                        {"あめ/アメ", {-4, 0}},            // a reading the list has: emphasis
+                        {"ーぴゅー/ーピュー", {-4, 0}},    // a piece of a longer word
+                        {"つか/使", {-3, 0}}},             // a verb's stem
+                       {}, {});
+  const LanguageModel model = LanguageModel::load(dir.path());
+  Lexicon lexicon;
+  lexicon.grammar.names = {"BOS/EOS,*,*,*,*,*,*", "名詞,一般,*,*,*,*,*", "接頭詞,名詞接続,*,*,*,*,*"};
+  lexicon.grammar.costs.assign(9, 0);
+  lexicon.words = {{"あめ", 1, 1, 5000, "雨"}};
+  const Analyser analyser = [](std::string_view surface) -> std::optional<std::vector<AnalysedWord>> {
+    if (surface == "大聖堂") return std::vector<AnalysedWord>{{3, "だい", 2}, {6, "せいどう", 1}};
+    if (surface == "小惑星") return std::vector<AnalysedWord>{{3, "しょう", 2}, {6, "わくせい", 1}};
+    if (surface == "大都") return std::vector<AnalysedWord>{{3, "おお", 2}, {3, "みやこ", 2}};
+    return std::nullopt;
+  };
+  const double scale = 850;
+  EXPECT_EQ(addModelWords(lexicon, model, analyser, {0, 1, 2}, scale), 2u);
+  std::vector<std::string> surfaces;
+  for (const auto& w : lexicon.words) {
+    surfaces.push_back(w.surface);
+    EXPECT_EQ(w.leftID, 1) << w.surface;
+  }
+  EXPECT_THAT(surfaces, UnorderedElementsAre("雨", "大聖堂", "ジェイムズ"));
+  // 100 times rarer than 雨, and 10 times.
+  EXPECT_NEAR(costOf(lexicon, "大聖堂") - 5000, scale * std::log(100.0), 1);
+  EXPECT_NEAR(costOf(lexicon, "ジェイムズ") - 5000, scale * std::log(10.0), 1);
 }
 
 }  // namespace

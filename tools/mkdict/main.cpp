@@ -76,12 +76,21 @@ Sources (each optional; at least one must give words):
                   natural log. Each id's word costs are then moved to
                   IPADIC's level (the median over its counted words) and its
                   column of connection costs the other way, which leaves
-                  every path's cost as counted: words the text did not show
-                  keep IPADIC's costs (no cheaper than a word seen 3 times),
-                  pairs it did not show IPADIC's connection costs moved by
-                  the median difference (no cheaper than a pair seen 5
-                  times). A model's reading wins where MeCab's differs (日本
-                  as にっぽん). A missing default model, or a missing MeCab
+                  every path's cost as counted: words the text showed too
+                  rarely take the model's own probability, on the footing of
+                  the counted words of their id; words the model does not
+                  know keep IPADIC's costs (no cheaper than a word seen 3
+                  times); pairs the text did not show IPADIC's connection
+                  costs moved by the median difference (no cheaper than a
+                  pair seen 5 times). A counted content word of two or more
+                  characters written all in kana gets back the converter's
+                  charge for kana (600, katakana 500): its count already
+                  says how often it is written so. Nouns the model has and
+                  IPADIC lacks are added as common nouns costed from their
+                  probability, when MeCab reads their spelling the same way
+                  as nouns, or when they are katakana words read as written
+                  whose reading IPADIC does not have. A model's reading wins
+                  where MeCab's differs (日本 as にっぽん). A missing default model, or a missing MeCab
                   dictionary, is skipped with a line; a malformed model file
                   is an error naming it and the byte offset. --no-lm leaves
                   IPADIC's costs.

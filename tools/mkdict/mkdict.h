@@ -244,6 +244,8 @@ bool isKatakanaScalar(char32_t c);
 bool isHanScalar(char32_t c);
 bool hasHan(std::string_view s);
 bool allKatakana(std::string_view s);
+// As the converter tells a content word written all in hiragana.
+bool allHiragana(std::string_view s);
 bool isContentWord(std::string_view partOfSpeech);
 // Verbs and adjectives: their part-of-speech name has a conjugation type.
 bool inflects(std::string_view partOfSpeech);
