@@ -213,7 +213,18 @@ void applySKKOrder(Lexicon& lexicon, const SKKDictionary& skk) {
 
 void addSKKWords(Lexicon& lexicon, const SKKDictionary& skk) {
   std::unordered_map<std::string, std::vector<std::string>> known;
-  for (const auto& word : lexicon.words) known[word.reading].push_back(word.surface);
+  std::vector<int32_t> nounCosts;
+  for (const auto& word : lexicon.words) {
+    known[word.reading].push_back(word.surface);
+    if (word.leftID == userWordID) nounCosts.push_back(word.cost);
+  }
+  // SKK says nothing of how common its words are: they start from the cost
+  // of the middle common noun of the list, long ones a little cheaper.
+  int32_t base = skkWordCost;
+  if (!nounCosts.empty()) {
+    std::nth_element(nounCosts.begin(), nounCosts.begin() + static_cast<std::ptrdiff_t>(nounCosts.size() / 2), nounCosts.end());
+    base = nounCosts[nounCosts.size() / 2];
+  }
   std::vector<WordEntry> added;
   for (const auto& [reading, candidates] : skk) {
     const auto r = text::scalars(reading);
@@ -231,7 +242,7 @@ void addSKKWords(Lexicon& lexicon, const SKKDictionary& skk) {
         continue;
       const int32_t lengthCredit = skkWordLengthCredit * static_cast<int32_t>(r.size() - skkWordMinimumReading);
       added.push_back({reading, userWordID, userWordID,
-                       std::max(skkWordFloor, skkWordCost - lengthCredit) +
+                       std::max(base - skkWordCost + skkWordFloor, base - lengthCredit) +
                            skkWordRankStep * static_cast<int32_t>(std::min<std::size_t>(rank, skkRankCap)),
                        surface, "ut-skk.tsv"});
     }

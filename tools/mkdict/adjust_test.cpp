@@ -104,14 +104,15 @@ TEST(SKKTest, HomonymsTakeTheReadingsCostsInSKKOrder) {
 }
 
 TEST(SKKTest, MissingNounsGoToTheirOwnSortedList) {
-  Lexicon lexicon = lexiconOf({{"かんじ", U, U, 5352, "漢字"}});
+  // The words start from the middle common noun's cost (5500 here).
+  Lexicon lexicon = lexiconOf({{"かんじ", U, U, 5352, "漢字"}, {"かお", U, U, 5500, "顔"}, {"えがお", U, U, 9000, "笑顔"}});
   addSKKWords(lexicon, fixtureSKK());
   EXPECT_EQ(wordLines(lexicon.words, "ut-skk.tsv"),
             "かんじ\t1851\t1851\t5800\t感じ\n"
             "かんじ\t1851\t1851\t6100\t幹事\n"
             "けんざかい\t1851\t1851\t4700\t県境\n"
             "じょしこうせい\t1851\t1851\t4000\t女子高生\n");
-  EXPECT_EQ(wordLines(lexicon.words), "かんじ\t1851\t1851\t5352\t漢字\n");
+  EXPECT_EQ(wordLines(lexicon.words), "えがお\t1851\t1851\t9000\t笑顔\nかお\t1851\t1851\t5500\t顔\nかんじ\t1851\t1851\t5352\t漢字\n");
 }
 
 TEST(CostRulesTest, EachRuleTouchesOnlyItsWords) {
@@ -171,7 +172,8 @@ TEST(CostRulesTest, BuildWithSKKMergesOrSeparatesTheAddedWordsAndCreditsThem) {
   options.skk = testdata / "skk/SKK-JISYO.test";
   // A missing extra dictionary leaves the build as it would be without it.
   options.skkExtras = {dir / "SKK-JISYO.missing"};
-  const std::string added = "けんざかい\t1851\t1851\t4700\t県境\n";
+  // The fixture's middle common noun costs 5352.
+  const std::string added = "けんざかい\t1851\t1851\t4552\t県境\n";
   const auto skipped = build(options, quiet).skipped;
   ASSERT_EQ(skipped.size(), 1u);
   EXPECT_THAT(skipped[0], HasSubstr("SKK-JISYO.missing: not found"));
@@ -183,7 +185,7 @@ TEST(CostRulesTest, BuildWithSKKMergesOrSeparatesTheAddedWordsAndCreditsThem) {
 
   options.skkExtras = {testdata / "skk/SKK-JISYO.extra"};
   EXPECT_TRUE(build(options, quiet).skipped.empty());
-  EXPECT_THAT(readFile(dir / "Mozc/mozc.tsv"), HasSubstr("ほうりゅうじ\t1851\t1851\t4300\t法隆寺\n"));
+  EXPECT_THAT(readFile(dir / "Mozc/mozc.tsv"), HasSubstr("ほうりゅうじ\t1851\t1851\t4152\t法隆寺\n"));
   EXPECT_THAT(readFile(dir / "Mozc/CREDITS.txt"), HasSubstr("SKK dictionary (SKK-JISYO.extra)"));
 
   options.separateLists = true;

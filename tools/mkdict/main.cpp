@@ -123,8 +123,10 @@ as they are). Each is a general rule, deterministic, named for --without:
                      comes in kana, its kanji spelling 2000 more.
   skk-words          SKK's words missing from IPADIC (readings of 3 kana or
                      more, surfaces of kanji and kana) are added as common
-                     nouns (id 1851), cost 5500 less 400 a kana
-                     past the third (at least 4000), plus 300 a SKK rank.
+                     nouns (id 1851), at the cost of the middle common
+                     noun of the list (C) less 400 a kana past the third
+                     (at least C - 1500), plus 300 a SKK rank: SKK says
+                     nothing of how common its words are.
   skk-order          the kanji spellings of a content word's reading that
                      SKK lists under one key (the stem plus okurigana letter,
                      思う -> おもu, or the whole word) deal out their costs
