@@ -23,12 +23,10 @@ constexpr std::size_t skkWordMinimumReading = 3;
 // A longer reading stands for more words that a split would need, each with
 // its own cost; so long compounds get cheaper, down to a floor.
 constexpr int32_t skkWordLengthCredit = 400;
-constexpr int32_t skkWordFloor = 4000;
+constexpr int32_t skkWordFloorBelow = 1500;
 constexpr int32_t shortReadingPenalty = 1500;
 constexpr int32_t honorificKanjiPenalty = 1000;
 constexpr int32_t rareKanjiPenalty = 1000;
-// What the converter charges a content word written all in hiragana.
-constexpr int32_t hiraganaCharge = 600;
 
 // The Latin letter SKK writes for an okurigana's first kana.
 char okuriLetter(char32_t kana) {
@@ -213,18 +211,14 @@ void applySKKOrder(Lexicon& lexicon, const SKKDictionary& skk) {
 
 void addSKKWords(Lexicon& lexicon, const SKKDictionary& skk) {
   std::unordered_map<std::string, std::vector<std::string>> known;
-  std::vector<int32_t> nounCosts;
+  std::vector<double> nounCosts;
   for (const auto& word : lexicon.words) {
     known[word.reading].push_back(word.surface);
     if (word.leftID == userWordID) nounCosts.push_back(word.cost);
   }
   // SKK says nothing of how common its words are: they start from the cost
   // of the middle common noun of the list, long ones a little cheaper.
-  int32_t base = skkWordCost;
-  if (!nounCosts.empty()) {
-    std::nth_element(nounCosts.begin(), nounCosts.begin() + static_cast<std::ptrdiff_t>(nounCosts.size() / 2), nounCosts.end());
-    base = nounCosts[nounCosts.size() / 2];
-  }
+  const auto base = nounCosts.empty() ? skkWordCost : static_cast<int32_t>(median(std::move(nounCosts)));
   std::vector<WordEntry> added;
   for (const auto& [reading, candidates] : skk) {
     const auto r = text::scalars(reading);
@@ -242,7 +236,7 @@ void addSKKWords(Lexicon& lexicon, const SKKDictionary& skk) {
         continue;
       const int32_t lengthCredit = skkWordLengthCredit * static_cast<int32_t>(r.size() - skkWordMinimumReading);
       added.push_back({reading, userWordID, userWordID,
-                       std::max(base - skkWordCost + skkWordFloor, base - lengthCredit) +
+                       std::max(base - skkWordFloorBelow, base - lengthCredit) +
                            skkWordRankStep * static_cast<int32_t>(std::min<std::size_t>(rank, skkRankCap)),
                        surface, "ut-skk.tsv"});
     }

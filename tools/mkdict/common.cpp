@@ -91,6 +91,13 @@ void forEachLine(std::string_view text, const std::function<void(std::string_vie
   }
 }
 
+double median(std::vector<double> values) {
+  if (values.empty()) return 0;
+  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+  std::nth_element(values.begin(), middle, values.end());
+  return *middle;
+}
+
 std::vector<std::string_view> splitLines(std::string_view text) {
   std::vector<std::string_view> lines;
   forEachLine(text, [&](std::string_view line) { lines.push_back(line); });

@@ -34,21 +34,14 @@ std::string entryKey(std::string_view reading, std::string_view surface, int32_t
 }
 
 // What the converter adds to a content word written all in kana, which the
-// cost of a counted word already accounts for. Inflected forms and single
-// characters keep it: their kana spellings are where the analyser's guesses
-// on odd text gather (a stray き or い read as a verb).
+// cost of a counted word already accounts for. Single characters keep it:
+// their kana spellings are where the analyser's guesses on odd text gather
+// (a stray き or い read as a verb).
 double kanaCharge(std::string_view name, std::string_view surface) {
   if (!isContentWord(name) || text::characterCount(surface) < 2) return 0;
-  if (allHiragana(surface)) return 600;
-  if (allKatakana(surface)) return 500;
+  if (allHiragana(surface)) return hiraganaCharge;
+  if (allKatakana(surface)) return katakanaCharge;
   return 0;
-}
-
-double median(std::vector<double> values) {
-  if (values.empty()) return 0;
-  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-  std::nth_element(values.begin(), middle, values.end());
-  return *middle;
 }
 
 // Gives the most frequent function words of the text ids of their own, in

@@ -90,10 +90,10 @@ Sources (each optional; at least one must give words):
                   probability, when MeCab reads their spelling the same way
                   as nouns, or when they are katakana words read as written
                   whose reading IPADIC does not have. A model's reading wins
-                  where MeCab's differs (日本 as にっぽん). A missing default model, or a missing MeCab
-                  dictionary, is skipped with a line; a malformed model file
-                  is an error naming it and the byte offset. --no-lm leaves
-                  IPADIC's costs.
+                  where MeCab's differs (日本 as にっぽん). A missing default
+                  model, or a missing MeCab dictionary, is skipped with a
+                  line; a malformed model file is an error naming it and
+                  the byte offset. --no-lm leaves IPADIC's costs.
   --lm-words N    words to draw from the model (default 3000000).
   --lm-scale N    cost per unit of natural log (default 850).
   --lm-min-word N, --lm-min-pair N

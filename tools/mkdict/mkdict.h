@@ -21,6 +21,10 @@ namespace fs = std::filesystem;
 // Context ids that the input method itself hands out, so the data must agree.
 inline constexpr int32_t sentenceBoundaryID = 0;
 inline constexpr int32_t userWordID = 1851;
+// What the converter adds to a content word written all in hiragana, or all
+// in katakana.
+inline constexpr int32_t hiraganaCharge = 600;
+inline constexpr int32_t katakanaCharge = 500;
 inline constexpr int32_t fallbackSymbolID = 2644;
 inline constexpr std::string_view userWordName = "名詞,一般,*,*,*,*,*";
 inline constexpr std::string_view fallbackSymbolName = "記号,一般,*,*,*,*,*";
@@ -389,6 +393,8 @@ std::optional<std::string> hiraganaReading(std::string_view katakana);
 
 std::string readWhole(const fs::path& file);
 std::vector<std::string_view> splitLines(std::string_view text);
+// The upper middle value (0 for none).
+double median(std::vector<double> values);
 // The same lines one at a time, for files too large to list their lines first.
 void forEachLine(std::string_view text, const std::function<void(std::string_view)>& visit);
 std::vector<std::string_view> split(std::string_view text, char separator);

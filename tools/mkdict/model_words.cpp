@@ -84,8 +84,7 @@ std::size_t addModelWords(Lexicon& lexicon, const LanguageModel& model, const An
     candidates.push_back({std::string(reading), std::string(surface), logProbability});
   });
   if (offsets.empty()) return 0;
-  std::nth_element(offsets.begin(), offsets.begin() + static_cast<std::ptrdiff_t>(offsets.size() / 2), offsets.end());
-  const double offset = offsets[offsets.size() / 2];
+  const double offset = median(std::move(offsets));
 
   std::size_t added = 0;
   for (const auto& c : candidates) {
