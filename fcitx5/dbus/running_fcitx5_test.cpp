@@ -100,33 +100,6 @@ TEST_F(RunningFcitx5Test, KanjiSpaceReturnCommitsKanjiThroughTheBuildTreesEngine
   EXPECT_TRUE(fcitx->running());
 }
 
-TEST_F(RunningFcitx5Test, KeysTheEngineDoesNotTakeReachTheApplication) {
-  ASSERT_NE(start(), nullptr);
-  auto editor = InputContext::open(*bus, "editor");
-  ASSERT_NE(editor, nullptr);
-  struct Step {
-    std::string key;
-    bool taken;
-    std::string preedit;
-    Strings commits;
-  };
-  for (const auto& step : std::vector<Step>{
-           {"Control+a", false, "", {}},      // a shortcut with nothing composed
-           {"k", true, "k", {}},
-           {"a", true, "か", {}},
-           {"Control+a", false, "", {"か"}},  // commits, then the shortcut is the application's
-           {"Muhenkan", true, "", {}},        // the Eisu key: direct mode
-           {"a", false, "", {}},              // typed by the application itself
-           {"Hiragana_Katakana", true, "", {}},
-           {"a", true, "あ", {}},
-       }) {
-    SCOPED_TRACE(step.key);
-    EXPECT_EQ(editor->press(step.key), step.taken);
-    EXPECT_EQ(editor->preedit().text(), step.preedit);
-    EXPECT_EQ(editor->takeCommits(), step.commits);
-  }
-}
-
 TEST_F(RunningFcitx5Test, TwoApplicationsKeepTheirOwnCompositionsAndFocusOutCommits) {
   ASSERT_NE(start(), nullptr);
   auto editor = InputContext::open(*bus, "editor");
