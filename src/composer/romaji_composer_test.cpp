@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <set>
 #include <string>
 #include <vector>
 
@@ -137,17 +136,8 @@ TEST(RomajiComposerTest, RawOfARangeJoinsItsKeystrokes) {
   EXPECT_EQ(c.raw(-3, 1), "kyo");
 }
 
-TEST(RomajiComposerTest, TableAndPrefixesHaveTheirFixedSizes) {
-  const auto& table = RomajiComposer::table();
-  EXPECT_EQ(table.size(), 214u);
-  const std::set<std::string> expected = {
-      "b", "by", "c", "ch", "cy", "d",  "dh", "dw",  "dy", "f",  "fy", "g",  "gw", "gy",
-      "h", "hy", "j", "jy", "k",  "kw", "ky", "l",   "lk", "lt", "lts", "lw", "ly", "m",
-      "my", "n", "ny", "p", "py", "q",  "r",  "ry",  "s",  "sh", "sy", "t",  "th", "ts",
-      "tw", "ty", "v", "w", "x",  "xk", "xt", "xts", "xw", "xy", "y",  "z",  "zy"};
-  const auto& prefixes = RomajiComposer::prefixes();
-  EXPECT_EQ(std::set<std::string>(prefixes.begin(), prefixes.end()), expected);
-  for (const char* absent : {"wyi", "wye", "cyu", "cyo"}) EXPECT_FALSE(table.contains(absent)) << absent;
+TEST(RomajiComposerTest, SpellingsTheTableLeavesOut) {
+  for (const char* absent : {"wyi", "wye", "cyu", "cyo"}) EXPECT_FALSE(RomajiComposer::table().contains(absent)) << absent;
 }
 
 }  // namespace
