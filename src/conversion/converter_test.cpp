@@ -250,10 +250,6 @@ TEST_F(ConverterTest, LearnedBoundaryKeepsWordsFromStraddlingItExceptInASizedFir
   };
   for (const auto& [reading, boundaries, expected] : cases)
     EXPECT_EQ(shape(path(reading, boundaries)), expected) << reading;
-
-  Segmentation::record({{"あいうえ", 2}});
-  EXPECT_EQ(clauseShape(convert("あいうえ")), (Shape{{"愛", {0, 2}}, {"上", {2, 4}}}));
-  EXPECT_EQ(clauseShape(Converter::convert(text::characters("あいうえ"), 4)), (Shape{{"亜伊宇絵", {0, 4}}}));
 }
 
 TEST_F(ConverterTest, EqualTotalsGoToTheNodeCreatedFirst) {
