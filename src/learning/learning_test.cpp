@@ -125,20 +125,6 @@ TEST_F(LearningTest, LoadingSkipsMalformedLinesAndAcceptsAnyNewline) {
   EXPECT_TRUE(Learning::hasEntries("w"));
 }
 
-TEST_F(LearningTest, FileChangesFromOutsideReplaceTheStore) {
-  Learning::record({{"そら", "空"}});
-  Learning::reloadIfNeeded();
-  EXPECT_EQ(messages(), (Strings{"learn: そら -> 空"}));  // its own write is not reloaded
-
-  fs::remove(file());
-  Learning::reloadIfNeeded();
-  EXPECT_FALSE(Learning::hasEntries("そら"));
-
-  install("うみ\t海\t7\t3\n");
-  EXPECT_EQ(Learning::surfaces("うみ"), (Strings{"海"}));
-  EXPECT_EQ(messages().back(), "learning loaded: 1 entries");
-}
-
 // Readings are written in code point order; pairs that would break the file are not learned.
 TEST_F(LearningTest, TheFirstChangeOfANeverLoadedStoreKeepsTheFile) {
   writeFile(file(), "ゆき\t雪\t5\t1\n");

@@ -282,6 +282,25 @@ TEST_P(PersistenceTest, ADirectoryInTheFilesPlaceFailsTheSaveAndIsLeftAlone) {
   EXPECT_TRUE(kind().holdsItem(1));
 }
 
+TEST_P(PersistenceTest, FileChangesFromOutsideReplaceTheStoreButItsOwnSavesDoNot) {
+  auto line = [&](int i) { return reading(i) + "\t" + kind().secondField(i) + "\t1\t1\n"; };
+  writeFile(file(), line(1));
+  kind().recordItem(2);  // a store that never loaded keeps the file's items
+  EXPECT_EQ(itemsInFile(), (std::vector<int>{1, 2}));
+  capture->lines.clear();
+  kind().reload();
+  EXPECT_TRUE(capture->lines.empty()) << "its own save was loaded again";
+
+  fs::remove(file());
+  kind().reload();
+  EXPECT_FALSE(kind().holdsItem(2));
+  writeFile(file(), line(3));
+  ::orvane::testing::touch(file());
+  kind().reload();
+  EXPECT_TRUE(kind().holdsItem(3));
+  EXPECT_EQ(capture->messages("imk"), std::vector<std::string>{kind().logName + " loaded: 1 entries"});
+}
+
 INSTANTIATE_TEST_SUITE_P(BothStores, PersistenceTest, ::testing::Values(&learningKind, &segmentationKind),
                          [](const auto& info) { return info.param->name; });
 

@@ -127,17 +127,5 @@ TEST_F(SegmentationTest, EvictionDropsTheOldestKeys) {
   EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 10000);
 }
 
-TEST_F(SegmentationTest, FileChangesFromOutsideReplaceTheStore) {
-  writeFile(file(), "ほんを\t2\t1\t1\n");
-  Segmentation::record({{"よむ", 1}});  // a store that never loaded keeps the file's keys
-  EXPECT_EQ(readFile(file()), "ほんを\t2\t1\t1\nよむ\t1\t1000\t1\n");
-
-  fs::remove(file());
-  Segmentation::reloadIfNeeded();
-  EXPECT_TRUE(matchesIn("よむ").empty());
-  install("かく\t1\t1\t1\n");
-  EXPECT_EQ(matchesIn("かく").size(), 1u);
-}
-
 }  // namespace
 }  // namespace orvane
