@@ -95,8 +95,15 @@ TEST_F(RunningFcitx5Test, KanjiSpaceReturnCommitsKanjiThroughTheBuildTreesEngine
   EXPECT_TRUE(editor->press("Return"));
   EXPECT_EQ(editor->takeCommits(), Strings{"漢字"});
   EXPECT_EQ(editor->preedit().text(), "");
-  // With nothing composed, Return is the application's.
+  // Keys reported not handled reach the application: Return with nothing
+  // composed, a shortcut (after committing), a key in direct mode.
   EXPECT_FALSE(editor->press("Return"));
+  editor->type("ka");
+  EXPECT_FALSE(editor->press("Control+a"));
+  EXPECT_EQ(editor->takeCommits(), Strings{"か"});
+  EXPECT_TRUE(editor->press("Muhenkan"));
+  EXPECT_FALSE(editor->press("a"));
+  EXPECT_EQ(editor->preedit().text(), "");
   EXPECT_TRUE(fcitx->running());
 }
 
