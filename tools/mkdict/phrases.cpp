@@ -124,26 +124,47 @@ std::size_t addPhrases(Lexicon& lexicon, const LanguageModel& model, const Tagge
     const auto& w = lexicon.words[i];
     entryOf.try_emplace(w.reading + "\t" + w.surface + "\t" + std::to_string(w.leftID), i);
   }
+  // Words read in kana only: a bracket or a digit in a run would make a
+  // word of punctuation (「軍).
   std::vector<int64_t> entry(text.words.size(), -1);
   for (std::size_t w = 0; w < text.words.size(); ++w) {
     const auto& word = text.words[w];
-    if (!word.known || word.reading.empty() || wordIDs[w] < 0) continue;
+    if (!word.known || word.reading.empty() || wordIDs[w] < 0 || !allHiragana(word.reading)) continue;
     if (auto it = entryOf.find(word.reading + "\t" + word.surface + "\t" + std::to_string(wordIDs[w]));
         it != entryOf.end())
       entry[w] = static_cast<int64_t>(it->second);
   }
 
   // A run counts only where the model stored it: runs the sampler made by
-  // backing off to lone words are its guesses, not the text's.
-  std::vector<int64_t> modelID(text.words.size(), -1);
-  for (std::size_t w = 0; w < text.words.size(); ++w)
-    if (entry[w] >= 0)
-      if (auto id = model.id(text.words[w].reading + "/" + text.words[w].surface)) modelID[w] = *id;
+  // backing off to lone words are its guesses, not the text's. The model
+  // cuts an inflected word after its stem (ふ/降 っ/っ), so a word is known
+  // to it by its first and its last piece.
+  struct Pieces {
+    int64_t first = -1, last = -1;
+  };
+  std::vector<Pieces> pieces(text.words.size());
+  auto modelID = [&](std::string_view reading, std::string_view surface) -> int64_t {
+    const auto id = model.id(std::string(reading) + "/" + std::string(surface));
+    return id ? static_cast<int64_t>(*id) : -1;
+  };
+  for (std::size_t w = 0; w < text.words.size(); ++w) {
+    if (entry[w] < 0) continue;
+    const auto& word = text.words[w];
+    if (const int64_t whole = modelID(word.reading, word.surface); whole >= 0) {
+      pieces[w] = {whole, whole};
+    } else if (auto stem = stemKey(word.reading, word.surface)) {
+      const std::string_view ending = std::string_view(word.reading).substr(stem->first.size());
+      pieces[w] = {modelID(stem->first, stem->second), modelID(ending, ending)};
+      if (pieces[w].first < 0 || pieces[w].last < 0) pieces[w] = {};
+    }
+  }
+  auto id = [](int64_t i) { return static_cast<uint32_t>(i); };
   auto stored = [&](uint32_t a, uint32_t b, std::optional<uint32_t> c) {
-    if (modelID[a] < 0 || modelID[b] < 0 || (c && modelID[*c] < 0)) return false;
-    const auto x = static_cast<uint32_t>(modelID[a]), y = static_cast<uint32_t>(modelID[b]);
-    if (!c) return model.bigram(x, y).has_value();
-    return model.trigram(x, y, static_cast<uint32_t>(modelID[*c])).has_value();
+    if (pieces[a].last < 0 || pieces[b].first < 0 || (c && pieces[*c].first < 0)) return false;
+    if (!c) return model.bigram(id(pieces[a].last), id(pieces[b].first)).has_value();
+    // A middle word of two pieces leaves no trigram to look up: its two pairs must be stored.
+    if (pieces[b].first != pieces[b].last) return model.bigram(id(pieces[b].last), id(pieces[*c].first)).has_value();
+    return model.trigram(id(pieces[a].last), id(pieces[b].first), id(pieces[*c].first)).has_value();
   };
 
   // Counts of the words and of the runs of two and three words of the text.
