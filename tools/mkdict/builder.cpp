@@ -15,15 +15,22 @@ std::string versionOf(const fs::path& used, const char* defaultPath, const char*
   return "from " + used.string();
 }
 
+// The drawn text, kept for the steps after the rules.
+struct ModelText {
+  LanguageModel model;
+  TaggedText text;
+  std::vector<int32_t> wordIDs;
+};
+
 // Text drawn from the language model and tagged sets the word and
 // connection costs; the rules then correct what they still must.
-void applyLanguageModel(const BuildOptions& options, Lexicon& lexicon, const std::vector<int32_t>& newID,
+std::optional<ModelText> applyLanguageModel(const BuildOptions& options, Lexicon& lexicon, const std::vector<int32_t>& newID,
                         BuildResult& result, std::vector<Credit>& credits, const Progress& progress) {
   const fs::path& dir = *options.languageModel;
   if (!fs::exists(dir / "data.1gram.index")) {
     result.skipped.push_back(dir.string() +
                              ": not found (Debian package libkkc-data); word and connection costs are IPADIC's");
-    return;
+    return std::nullopt;
   }
   Analyser analyser = options.analyser;
   if (!analyser) {
@@ -31,15 +38,15 @@ void applyLanguageModel(const BuildOptions& options, Lexicon& lexicon, const std
       result.skipped.push_back(options.mecabDictionary.string() +
                                ": not found (Debian package mecab-ipadic-utf8), so the language model cannot be "
                                "used; word and connection costs are IPADIC's");
-      return;
+      return std::nullopt;
     }
     analyser = mecabAnalyser(options.mecabDictionary);
   }
   progress("language model: reading " + dir.string());
-  const LanguageModel model = LanguageModel::load(dir);
+  LanguageModel model = LanguageModel::load(dir);
   SampleOptions sample;
   sample.words = options.sampleWords;
-  const TaggedText text = sampleTaggedText(model, analyser, sample, progress);
+  TaggedText text = sampleTaggedText(model, analyser, sample, progress);
   progress("language model: " + std::to_string(text.tokens) + " words tagged, " +
            std::to_string(text.readingsFromModel) + " read as the model reads them, " + std::to_string(text.unread) +
            " unread");
@@ -48,7 +55,7 @@ void applyLanguageModel(const BuildOptions& options, Lexicon& lexicon, const std
     if (auto parts = splitModelKey(key))
       logProbability[std::string(parts->first) + "\t" + std::string(parts->second)] = model.unigram(id) * std::log(10.0);
   });
-  const auto report = applyContextStatistics(lexicon, text, newID, options.context, &logProbability);
+  auto report = applyContextStatistics(lexicon, text, newID, options.context, &logProbability);
   progress("language model: " + std::to_string(report.ownIDs) + " function words with ids of their own; " +
            std::to_string(report.wordsCosted) + " word costs and " + std::to_string(report.pairsCosted) +
            " connection costs from the counts");
@@ -60,6 +67,7 @@ void applyLanguageModel(const BuildOptions& options, Lexicon& lexicon, const std
                          "words by MeCab. The costs of mozc.tsv and connection.bin derive from it, so the data "
                          "directory as a whole is under its licence, GPL-3+",
                      findLicence({dir / "COPYING", "/usr/share/doc/libkkc-data/copyright"}, "libkkc-data")});
+  return ModelText{std::move(model), std::move(text), std::move(report.wordIDs)};
 }
 
 }  // namespace
@@ -88,7 +96,8 @@ BuildResult build(const BuildOptions& options, const Progress& progress) {
 
   // The rules correct IPADIC's costs; Mozc's own costs are already tuned.
   if (!(mozc && !mozc->dictionaries.empty())) {
-    if (options.languageModel) applyLanguageModel(options, lexicon, newID, result, credits, progress);
+    std::optional<ModelText> modelText;
+    if (options.languageModel) modelText = applyLanguageModel(options, lexicon, newID, result, credits, progress);
     std::optional<SKKDictionary> skk;
     if (options.skk && (options.adjustments.skkOrder || options.adjustments.skkWords)) {
       progress("SKK: candidate order");
@@ -133,6 +142,11 @@ BuildResult build(const BuildOptions& options, const Progress& progress) {
                          "which spelling of a word present-day text uses most",
                          "Counts only; the counted texts are the Japanese manual pages and documentation of "
                          "Debian packages, each under its own licence.\n"});
+    }
+    if (modelText && options.context.phrases) {
+      progress("language model: phrases");
+      const std::size_t added = addPhrases(lexicon, modelText->model, modelText->text, modelText->wordIDs, options.context);
+      progress("language model: " + std::to_string(added) + " runs of words added as words of their own");
     }
   }
 

@@ -76,6 +76,7 @@ struct ContextReport {
   std::size_t ownIDs = 0;       // function words given ids of their own
   std::size_t wordsCosted = 0;  // entries whose cost the counts set
   std::size_t pairsCosted = 0;  // connection costs the counts set
+  std::vector<int32_t> wordIDs;  // the lexicon's id of each of the text's words (-1: the analyser's id has none)
 };
 // Re-costs the renumbered lexicon from the tagged text: `newID` maps IPADIC's
 // ids (as the analyser gives them) to the lexicon's.
@@ -88,5 +89,16 @@ ContextReport applyContextStatistics(Lexicon& lexicon, const TaggedText& text, c
 // nouns costed from the model's probability. Returns how many.
 std::size_t addModelWords(Lexicon& lexicon, const LanguageModel& model, const Analyser& analyser,
                           const std::vector<int32_t>& newID, double scale);
+
+// A class bigram sees 雨が降っ and 雨が振っ alike; the words of a run
+// that the model stores (two or three words, two of them content words,
+// seen at least minimumPairCount times in the text) are priced together
+// as one word of the list: its first word's cost and the chance of the
+// rest after it in the text. A run is added only where its reading, alone,
+// would convert to something else and the run costs less than that; a
+// run ending in an inflected form comes in each form of that spelling.
+// Returns how many entries were added.
+std::size_t addPhrases(Lexicon& lexicon, const LanguageModel& model, const TaggedText& text,
+                       const std::vector<int32_t>& wordIDs, const ContextOptions& options = {});
 
 }  // namespace orvane::mkdict

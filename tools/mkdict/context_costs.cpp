@@ -261,6 +261,7 @@ ContextReport applyContextStatistics(Lexicon& lexicon, const TaggedText& text, c
     }
   }
   grammar.costs = std::move(costs);
+  report.wordIDs = std::move(classOf);
   return report;
 }
 

@@ -261,5 +261,57 @@ TEST(ModelWordsTest, AddsConfirmedNounsCostedByTheirProbability) {
   EXPECT_NEAR(costOf(lexicon, "ジェイムズ") - 5000, scale * std::log(10.0), 1);
 }
 
+// 雨が降っ and 雨が振っ are the same ids to the class bigram; the run the
+// model stores and the text shows comes in as one word, in each form its
+// last spelling has, only where the words alone convert its reading otherwise.
+TEST(PhrasesTest, RunsTheWordsAloneMisconvertBecomeWords) {
+  struct Case {
+    std::string what;
+    int32_t swungCost;  // 振っ, the homophone the ids cannot tell from 降っ
+    int times;          // sentences 雨が降っ in the text
+    bool modelHasRun;
+    std::vector<WordEntry> added;
+  };
+  const std::vector<Case> cases = {
+      {"the words alone convert otherwise", 2000, 6, true,
+       {{"あめがふっ", 1, 3, 1000, "雨が降っ"}, {"あめがふっ", 1, 4, 1200, "雨が降っ"}}},
+      {"the words alone already convert so", 4000, 6, true, {}},
+      {"the model does not store the run", 2000, 6, false, {}},
+      {"the text shows it too rarely", 2000, 4, true, {}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    orvane::testing::TempDir dir;
+    ModelFixture::Bigrams bigrams = {{{"あめ/雨", "が/が"}, {-0.5, 0}}};
+    ModelFixture::Trigrams trigrams;
+    // The model cuts the verb after its stem, as libkkc-data does.
+    if (c.modelHasRun) {
+      bigrams[{"が/が", "ふ/降"}] = {-1, 0};
+      trigrams[{"あめ/雨", "が/が", "ふ/降"}] = -0.5;
+    }
+    ModelFixture fixture(dir.path(),
+                         {{"<s>", {-1, 0}}, {"</s>", {-1, 0}}, {"あめ/雨", {-3, 0}}, {"が/が", {-1, 0}},
+                          {"ふ/降", {-3, 0}}, {"ふ/振", {-3, 0}}, {"っ/っ", {-1, 0}}},
+                         bigrams, trigrams);
+    const LanguageModel model = LanguageModel::load(dir.path());
+    Lexicon lexicon;
+    // The verb's two forms share the spelling 降っ.
+    lexicon.grammar.names = {"BOS/EOS,*,*,*,*,*,*", "名詞,一般,*,*,*,*,*", "助詞,格助詞,一般,*,*,*,が",
+                             "動詞,自立,*,*,五段・ラ行,連用タ接続,*", "動詞,自立,*,*,五段・ラ行,連用ゴザイ接続,*"};
+    lexicon.grammar.costs.assign(25, 0);
+    lexicon.words = {{"あめ", 1, 1, 1000, "雨"},
+                     {"が", 2, 2, 100, "が"},
+                     {"ふっ", 3, 3, 3000, "降っ"},
+                     {"ふっ", 4, 4, 3200, "降っ"},
+                     {"ふっ", 3, 3, c.swungCost, "振っ"}};
+    const std::vector<WordEntry> before = lexicon.words;
+    const TaggedText text = textOf({{{{"あめ", "雨", 1}, {"が", "が", 2}, {"ふっ", "降っ", 3}}, c.times}});
+    EXPECT_EQ(addPhrases(lexicon, model, text, {1, 2, 3}), c.added.size());
+    std::vector<WordEntry> expected = before;
+    expected.insert(expected.end(), c.added.begin(), c.added.end());
+    EXPECT_EQ(lexicon.words, expected);
+  }
+}
+
 }  // namespace
 }  // namespace orvane::mkdict

@@ -105,6 +105,11 @@ Sources (each optional; at least one must give words):
                   fraction).
   --lm-own-ids N  the N most frequent function words get context ids of
                   their own (default 100).
+  --no-lm-phrases leaves out the model's runs of words added as words of
+                  their own: runs of two or three words the model stores,
+                  two of them content words, seen at least --lm-min-pair
+                  times, costed from the text, where the reading alone
+                  would convert to something else and the run costs less.
   --mecab-dic DIR MeCab's compiled IPADIC (default /var/lib/mecab/dic/ipadic-utf8,
                   package mecab-ipadic-utf8).
   --mozc DIR      a Mozc source tree (or a flat directory of its files):
@@ -268,6 +273,7 @@ Options parse(int argc, char** argv) {
     else if (arg == "--lm-min-pair") options.build.context.minimumPairCount = static_cast<double>(count(1));
     else if (arg == "--lm-unseen-count") options.build.context.unseenWordCount = positive();
     else if (arg == "--lm-own-ids") options.build.context.ownIDs = count(0);
+    else if (arg == "--no-lm-phrases") options.build.context.phrases = false;
     else if (arg == "--corpus") options.build.corpus = fs::path(value());
     else if (arg == "--no-corpus") options.build.corpus.reset();
     else if (arg == "-q" || arg == "--quiet") options.quiet = true;

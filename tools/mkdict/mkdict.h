@@ -339,6 +339,8 @@ struct ContextOptions {
   double unseenWordCount = 1;
   // Function words given ids of their own, the most frequent first.
   std::size_t ownIDs = 100;
+  // Runs of words that convert only together (addPhrases).
+  bool phrases = true;
 };
 
 struct BuildOptions {
