@@ -218,16 +218,16 @@ std::size_t addPhrases(Lexicon& lexicon, const LanguageModel& model, const Tagge
     if (p.words.front().first.surface == phrase.surface) {
       p.words.push_back({phrase, words.back()});
       p.total = std::min(p.total, total);
-    } else if (total < p.total) {
+    } else if (std::tie(total, phrase.surface) < std::tie(p.total, p.words.front().first.surface)) {
       p = {{{phrase, words.back()}}, total};
     }
   }
 
   // Only where the words alone would convert the reading otherwise, and the
-  // run is cheaper than what they make of it.
-  // A run that ends in an inflected form comes in every form its last
-  // spelling has (し is both the stem before ない and before た): one form
-  // alone would turn the others' readings into odd splits.
+  // run is cheaper than what they make of it. A run that ends in an
+  // inflected form comes in every form its last spelling has (し is both the
+  // form before ない and before た): one form alone would turn the others'
+  // readings into odd splits (気にし内なら).
   std::vector<WordEntry> kept;
   {
     const Search search(lexicon);
