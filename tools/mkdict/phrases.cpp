@@ -40,6 +40,37 @@ std::size_t nthComma(std::string_view name, int n) {
   return at;
 }
 
+// Whether two spellings are homophones rather than one word written two
+// ways: both have kanji, and neither's kanji are the other's with some left
+// out (その後 and そのあと, 考えて見 and 考えてみ are a matter of style, which
+// the words' own costs decide).
+bool homophones(std::string_view a, std::string_view b) {
+  auto kanji = [](std::string_view s) {
+    std::u32string out;
+    for (char32_t c : text::scalars(s))
+      if (isHanScalar(c)) out += c;
+    return out;
+  };
+  auto within = [](const std::u32string& part, const std::u32string& whole) {
+    std::size_t k = 0;
+    for (char32_t c : whole)
+      if (k < part.size() && part[k] == c) ++k;
+    return k == part.size();
+  };
+  const auto x = kanji(a), y = kanji(b);
+  return !x.empty() && !y.empty() && !within(x, y) && !within(y, x);
+}
+
+// What a run of words costs word by word under the ids, its ends aside.
+int64_t costApart(const Grammar& grammar, const std::vector<const WordEntry*>& words) {
+  int64_t sum = 0;
+  for (std::size_t k = 0; k < words.size(); ++k) {
+    if (k > 0) sum += grammar.cost(words[k - 1]->rightID, words[k]->leftID);
+    sum += words[k]->cost + charges(grammar, *words[k], text::characterCount(words[k]->reading));
+  }
+  return sum;
+}
+
 // Byte offsets of the characters of a reading (one more for the end).
 std::vector<std::size_t> characterOffsets(std::string_view reading) {
   std::vector<std::size_t> offsets = {0};
@@ -181,16 +212,29 @@ std::size_t addPhrases(Lexicon& lexicon, const LanguageModel& model, const Tagge
     }
   }
 
+  // The word list's entries by reading and ids: a word's homophones that
+  // the ids cannot tell from it.
+  std::unordered_map<std::string, std::vector<std::size_t>> sameIDs;
+  auto idsKey = [](const WordEntry& w) {
+    return w.reading + "\t" + std::to_string(w.leftID) + "\t" + std::to_string(w.rightID);
+  };
+  for (std::size_t i = 0; i < lexicon.words.size(); ++i) sameIDs[idsKey(lexicon.words[i])].push_back(i);
+
   // Each run seen often enough as a word of its own, costed by the text:
-  // its first word's cost and the chance of the rest after it. Per reading,
-  // the cheapest spelling, with each of its ids.
+  // its first word's cost and the chance of the rest after it. A run whose
+  // words the ids would spell with a homophone instead (雨が振っ), where the
+  // run costs less than that, comes in when seen as often as a word must be
+  // to be counted: the ids alone can only toss a coin between homophones.
+  // The others compete per reading, the cheapest spelling with each of its
+  // ids, against what the words alone make of the reading.
   struct Phrase {
     std::vector<std::pair<WordEntry, const WordEntry*>> words;  // one spelling, its ids; the run's last word
     int64_t total;  // standing alone, sentence boundaries included
   };
   std::map<std::string, Phrase> phrases;
+  std::vector<std::pair<WordEntry, const WordEntry*>> accepted;
   for (const auto& [key, count] : runs) {
-    if (count < options.minimumPairCount) continue;
+    if (count < options.minimumWordCount) continue;
     std::vector<const WordEntry*> words = {&lexicon.words[static_cast<std::size_t>(entry[key >> (2 * bits)])],
                                            &lexicon.words[static_cast<std::size_t>(entry[(key >> bits) & none])]};
     if ((key & none) != none) words.push_back(&lexicon.words[static_cast<std::size_t>(entry[key & none])]);
@@ -210,6 +254,22 @@ std::size_t addPhrases(Lexicon& lexicon, const LanguageModel& model, const Tagge
                         options.scale * std::log(count / first) - charges(grammar, phrase, 2);
     phrase.cost = static_cast<int32_t>(std::lround(std::max(cost, 0.0)));
     const int64_t own = phrase.cost + charges(grammar, phrase, 2);
+    const int64_t apart = costApart(grammar, words);
+    int64_t homophone = std::numeric_limits<int64_t>::max();
+    for (std::size_t k = 0; k < words.size(); ++k) {
+      const auto it = sameIDs.find(idsKey(*words[k]));
+      for (std::size_t i : it->second) {
+        if (!homophones(words[k]->surface, lexicon.words[i].surface)) continue;
+        auto other = words;
+        other[k] = &lexicon.words[i];
+        homophone = std::min(homophone, costApart(grammar, other));
+      }
+    }
+    if (homophone < apart && own < homophone) {
+      accepted.push_back({phrase, words.back()});
+      continue;
+    }
+    if (count < options.minimumPairCount) continue;
     const int64_t total =
         grammar.cost(sentenceBoundaryID, phrase.leftID) + own + grammar.cost(phrase.rightID, sentenceBoundaryID);
     auto [it, added] = phrases.try_emplace(phrase.reading, Phrase{{{phrase, words.back()}}, total});
@@ -223,37 +283,40 @@ std::size_t addPhrases(Lexicon& lexicon, const LanguageModel& model, const Tagge
     }
   }
 
-  // Only where the words alone would convert the reading otherwise, and the
-  // run is cheaper than what they make of it. A run that ends in an
-  // inflected form comes in every form its last spelling has (し is both the
-  // form before ない and before た): one form alone would turn the others'
-  // readings into odd splits (気にし内なら).
-  std::vector<WordEntry> kept;
+  // Those only where the words alone would convert the reading otherwise,
+  // and the run is cheaper than what they make of it.
   {
     const Search search(lexicon);
+    for (const auto& [reading, phrase] : phrases) {
+      const auto [total, surface] = search.best(reading);
+      if (surface != phrase.words.front().first.surface && phrase.total < total)
+        accepted.insert(accepted.end(), phrase.words.begin(), phrase.words.end());
+    }
+  }
+
+  // A run that ends in an inflected form comes in every form its last
+  // spelling has (し is both the form before ない and before た): one form
+  // alone would turn the others' readings into odd splits (気にし内なら).
+  std::vector<WordEntry> kept;
+  {
     std::unordered_map<std::string, std::vector<std::size_t>> bySpelling;
-    for (const auto& [reading, phrase] : phrases)
-      for (const auto& [word, last] : phrase.words) bySpelling.try_emplace(last->reading + "\t" + last->surface);
+    for (const auto& [word, last] : accepted) bySpelling.try_emplace(last->reading + "\t" + last->surface);
     for (std::size_t i = 0; i < lexicon.words.size(); ++i)
       if (auto it = bySpelling.find(lexicon.words[i].reading + "\t" + lexicon.words[i].surface); it != bySpelling.end())
         it->second.push_back(i);
-    for (const auto& [reading, phrase] : phrases) {
-      const auto [total, surface] = search.best(reading);
-      if (surface == phrase.words.front().first.surface || phrase.total >= total) continue;
-      for (const auto& [word, last] : phrase.words) {
-        kept.push_back(word);
-        const std::string_view name = grammar.names[static_cast<std::size_t>(last->leftID)];
-        if (!inflects(name)) continue;
-        const std::string_view type = name.substr(0, nthComma(name, 5));
-        for (std::size_t i : bySpelling.at(last->reading + "\t" + last->surface)) {
-          const WordEntry& form = lexicon.words[i];
-          const std::string_view formName = grammar.names[static_cast<std::size_t>(form.leftID)];
-          if (form.leftID == last->leftID || !formName.starts_with(type)) continue;
-          WordEntry other = word;
-          other.rightID = form.rightID;
-          other.cost = std::max(0, word.cost + form.cost - last->cost);
-          kept.push_back(other);
-        }
+    for (const auto& [word, last] : accepted) {
+      kept.push_back(word);
+      const std::string_view name = grammar.names[static_cast<std::size_t>(last->leftID)];
+      if (!inflects(name)) continue;
+      const std::string_view type = name.substr(0, nthComma(name, 5));
+      for (std::size_t i : bySpelling.at(last->reading + "\t" + last->surface)) {
+        const WordEntry& form = lexicon.words[i];
+        const std::string_view formName = grammar.names[static_cast<std::size_t>(form.leftID)];
+        if (form.leftID == last->leftID || !formName.starts_with(type)) continue;
+        WordEntry other = word;
+        other.rightID = form.rightID;
+        other.cost = std::max(0, word.cost + form.cost - last->cost);
+        kept.push_back(other);
       }
     }
   }
