@@ -91,13 +91,14 @@ std::size_t addModelWords(Lexicon& lexicon, const LanguageModel& model, const An
                           const std::vector<int32_t>& newID, double scale);
 
 // A class bigram sees 雨が降っ and 雨が振っ alike; the words of a run
-// that the model stores (two or three words, two of them content words,
-// seen at least minimumPairCount times in the text) are priced together
-// as one word of the list: its first word's cost and the chance of the
-// rest after it in the text. A run is added only where its reading, alone,
-// would convert to something else and the run costs less than that; a
-// run ending in an inflected form comes in each form of that spelling.
-// Returns how many entries were added.
+// that the model stores (two or three words, two of them content words)
+// are priced together as one word of the list: its first word's cost and
+// the chance of the rest after it in the text. A run comes in where the ids
+// would spell its words with a cheaper homophone and the run costs less
+// than that (seen at least minimumWordCount times), or where its reading,
+// alone, would convert to something else and the run costs less than that
+// (seen at least minimumPairCount times); a run ending in an inflected form
+// comes in each form of that spelling. Returns how many entries were added.
 std::size_t addPhrases(Lexicon& lexicon, const LanguageModel& model, const TaggedText& text,
                        const std::vector<int32_t>& wordIDs, const ContextOptions& options = {});
 

@@ -107,9 +107,12 @@ Sources (each optional; at least one must give words):
                   their own (default 100).
   --no-lm-phrases leaves out the model's runs of words added as words of
                   their own: runs of two or three words the model stores,
-                  two of them content words, seen at least --lm-min-pair
-                  times, costed from the text, where the reading alone
-                  would convert to something else and the run costs less.
+                  two of them content words, costed from the text; where
+                  the ids would spell a word of the run with a cheaper
+                  homophone (雨が振っ for 雨が降っ) and the run costs less,
+                  seen at least --lm-min-word times; where the run's
+                  reading alone would convert to something else and the
+                  run costs less, seen at least --lm-min-pair times.
   --mecab-dic DIR MeCab's compiled IPADIC (default /var/lib/mecab/dic/ipadic-utf8,
                   package mecab-ipadic-utf8).
   --mozc DIR      a Mozc source tree (or a flat directory of its files):
