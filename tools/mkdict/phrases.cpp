@@ -86,6 +86,13 @@ class Search {
     for (std::size_t i = 0; i < lexicon.words.size(); ++i) byReading_[lexicon.words[i].reading].push_back(i);
   }
 
+  // The entries of a reading, in the list's order.
+  const std::vector<std::size_t>& entries(std::string_view reading) const {
+    static const std::vector<std::size_t> noEntries;
+    const auto it = byReading_.find(reading);
+    return it == byReading_.end() ? noEntries : it->second;
+  }
+
   std::pair<int64_t, std::string> best(std::string_view reading) const {
     const auto offsets = characterOffsets(reading);
     const std::size_t n = offsets.size() - 1;
@@ -148,22 +155,23 @@ std::size_t addPhrases(Lexicon& lexicon, const LanguageModel& model, const Tagge
   constexpr uint64_t bits = 21, none = (uint64_t{1} << bits) - 1;
   if (text.words.size() >= none || wordIDs.size() != text.words.size()) return 0;
   const Grammar& grammar = lexicon.grammar;
+  // The words of the list by reading: for the tagged words' entries, for the
+  // words alone, for a word's homophones on its ids and for the other forms
+  // of a spelling.
+  const Search search(lexicon);
 
   // The entry of the word list each tagged word is, where there is one.
-  std::unordered_map<std::string, std::size_t> entryOf;
-  for (std::size_t i = 0; i < lexicon.words.size(); ++i) {
-    const auto& w = lexicon.words[i];
-    entryOf.try_emplace(w.reading + "\t" + w.surface + "\t" + std::to_string(w.leftID), i);
-  }
   // Words read in kana only: a bracket or a digit in a run would make a
   // word of punctuation (「軍).
   std::vector<int64_t> entry(text.words.size(), -1);
   for (std::size_t w = 0; w < text.words.size(); ++w) {
     const auto& word = text.words[w];
     if (!word.known || word.reading.empty() || wordIDs[w] < 0 || !allHiragana(word.reading)) continue;
-    if (auto it = entryOf.find(word.reading + "\t" + word.surface + "\t" + std::to_string(wordIDs[w]));
-        it != entryOf.end())
-      entry[w] = static_cast<int64_t>(it->second);
+    for (std::size_t i : search.entries(word.reading))
+      if (lexicon.words[i].surface == word.surface && lexicon.words[i].leftID == wordIDs[w]) {
+        entry[w] = static_cast<int64_t>(i);
+        break;
+      }
   }
 
   // A run counts only where the model stored it: runs the sampler made by
@@ -212,14 +220,6 @@ std::size_t addPhrases(Lexicon& lexicon, const LanguageModel& model, const Tagge
     }
   }
 
-  // The word list's entries by reading and ids: a word's homophones that
-  // the ids cannot tell from it.
-  std::unordered_map<std::string, std::vector<std::size_t>> sameIDs;
-  auto idsKey = [](const WordEntry& w) {
-    return w.reading + "\t" + std::to_string(w.leftID) + "\t" + std::to_string(w.rightID);
-  };
-  for (std::size_t i = 0; i < lexicon.words.size(); ++i) sameIDs[idsKey(lexicon.words[i])].push_back(i);
-
   // Each run seen often enough as a word of its own, costed by the text:
   // its first word's cost and the chance of the rest after it. A run whose
   // words the ids would spell with a homophone instead (雨が振っ), where the
@@ -257,11 +257,13 @@ std::size_t addPhrases(Lexicon& lexicon, const LanguageModel& model, const Tagge
     const int64_t apart = costApart(grammar, words);
     int64_t homophone = std::numeric_limits<int64_t>::max();
     for (std::size_t k = 0; k < words.size(); ++k) {
-      const auto it = sameIDs.find(idsKey(*words[k]));
-      for (std::size_t i : it->second) {
-        if (!homophones(words[k]->surface, lexicon.words[i].surface)) continue;
+      for (std::size_t i : search.entries(words[k]->reading)) {
+        const WordEntry& rival = lexicon.words[i];
+        if (rival.leftID != words[k]->leftID || rival.rightID != words[k]->rightID ||
+            !homophones(words[k]->surface, rival.surface))
+          continue;
         auto other = words;
-        other[k] = &lexicon.words[i];
+        other[k] = &rival;
         homophone = std::min(homophone, costApart(grammar, other));
       }
     }
@@ -285,39 +287,29 @@ std::size_t addPhrases(Lexicon& lexicon, const LanguageModel& model, const Tagge
 
   // Those only where the words alone would convert the reading otherwise,
   // and the run is cheaper than what they make of it.
-  {
-    const Search search(lexicon);
-    for (const auto& [reading, phrase] : phrases) {
-      const auto [total, surface] = search.best(reading);
-      if (surface != phrase.words.front().first.surface && phrase.total < total)
-        accepted.insert(accepted.end(), phrase.words.begin(), phrase.words.end());
-    }
+  for (const auto& [reading, phrase] : phrases) {
+    const auto [total, surface] = search.best(reading);
+    if (surface != phrase.words.front().first.surface && phrase.total < total)
+      accepted.insert(accepted.end(), phrase.words.begin(), phrase.words.end());
   }
 
   // A run that ends in an inflected form comes in every form its last
   // spelling has (し is both the form before ない and before た): one form
   // alone would turn the others' readings into odd splits (気にし内なら).
   std::vector<WordEntry> kept;
-  {
-    std::unordered_map<std::string, std::vector<std::size_t>> bySpelling;
-    for (const auto& [word, last] : accepted) bySpelling.try_emplace(last->reading + "\t" + last->surface);
-    for (std::size_t i = 0; i < lexicon.words.size(); ++i)
-      if (auto it = bySpelling.find(lexicon.words[i].reading + "\t" + lexicon.words[i].surface); it != bySpelling.end())
-        it->second.push_back(i);
-    for (const auto& [word, last] : accepted) {
-      kept.push_back(word);
-      const std::string_view name = grammar.names[static_cast<std::size_t>(last->leftID)];
-      if (!inflects(name)) continue;
-      const std::string_view type = name.substr(0, nthComma(name, 5));
-      for (std::size_t i : bySpelling.at(last->reading + "\t" + last->surface)) {
-        const WordEntry& form = lexicon.words[i];
-        const std::string_view formName = grammar.names[static_cast<std::size_t>(form.leftID)];
-        if (form.leftID == last->leftID || !formName.starts_with(type)) continue;
-        WordEntry other = word;
-        other.rightID = form.rightID;
-        other.cost = std::max(0, word.cost + form.cost - last->cost);
-        kept.push_back(other);
-      }
+  for (const auto& [word, last] : accepted) {
+    kept.push_back(word);
+    const std::string_view name = grammar.names[static_cast<std::size_t>(last->leftID)];
+    if (!inflects(name)) continue;
+    const std::string_view type = name.substr(0, nthComma(name, 5));
+    for (std::size_t i : search.entries(last->reading)) {
+      const WordEntry& form = lexicon.words[i];
+      const std::string_view formName = grammar.names[static_cast<std::size_t>(form.leftID)];
+      if (form.surface != last->surface || form.leftID == last->leftID || !formName.starts_with(type)) continue;
+      WordEntry other = word;
+      other.rightID = form.rightID;
+      other.cost = std::max(0, word.cost + form.cost - last->cost);
+      kept.push_back(other);
     }
   }
   std::sort(kept.begin(), kept.end(), [](const WordEntry& a, const WordEntry& b) {
