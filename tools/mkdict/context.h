@@ -90,6 +90,19 @@ ContextReport applyContextStatistics(Lexicon& lexicon, const TaggedText& text, c
 std::size_t addModelWords(Lexicon& lexicon, const LanguageModel& model, const Analyser& analyser,
                           const std::vector<int32_t>& newID, double scale);
 
+// Whether two spellings of one reading are homophones rather than one word
+// written two ways: both have kanji, and neither's kanji are the other's with
+// some left out (その後 and そのあと, 取扱い and 取り扱い are one word).
+bool homophones(std::string_view a, std::string_view b);
+
+// Content words that the text shows often enough get right ids of their own
+// kind: the words of one id are grouped by what follows them (有機 before
+// nouns, 勇気 before particles), each group a new id in the grammar's unused
+// ids whose row is the id's own, moved by how much likelier each follower is
+// after the group. Returns how many ids were added.
+std::size_t splitRightContexts(Lexicon& lexicon, const TaggedText& text, const std::vector<int32_t>& wordIDs,
+                               const ContextOptions& options = {});
+
 // A class bigram sees 雨が降っ and 雨が振っ alike; the words of a run
 // that the model stores (two or three words, two of them content words)
 // are priced together as one word of the list: its first word's cost and

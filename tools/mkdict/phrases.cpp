@@ -40,27 +40,6 @@ std::size_t nthComma(std::string_view name, int n) {
   return at;
 }
 
-// Whether two spellings are homophones rather than one word written two
-// ways: both have kanji, and neither's kanji are the other's with some left
-// out (その後 and そのあと, 考えて見 and 考えてみ are a matter of style, which
-// the words' own costs decide).
-bool homophones(std::string_view a, std::string_view b) {
-  auto kanji = [](std::string_view s) {
-    std::u32string out;
-    for (char32_t c : text::scalars(s))
-      if (isHanScalar(c)) out += c;
-    return out;
-  };
-  auto within = [](const std::u32string& part, const std::u32string& whole) {
-    std::size_t k = 0;
-    for (char32_t c : whole)
-      if (k < part.size() && part[k] == c) ++k;
-    return k == part.size();
-  };
-  const auto x = kanji(a), y = kanji(b);
-  return !x.empty() && !y.empty() && !within(x, y) && !within(y, x);
-}
-
 // What a run of words costs word by word under the ids, its ends aside.
 int64_t costApart(const Grammar& grammar, const std::vector<const WordEntry*>& words) {
   int64_t sum = 0;
