@@ -284,45 +284,57 @@ void penalizeShortReadings(Lexicon& lexicon) {
 
 void spellHonorificsInKana(Lexicon& lexicon) {
   constexpr std::string_view honorific = "御";
-  std::map<std::tuple<std::string, int32_t, int32_t, std::string>, std::pair<int32_t, std::string>> kana;
+  using Key = std::tuple<std::string, int32_t, int32_t, std::string>;  // reading, ids, surface
+  std::map<Key, std::pair<int32_t, std::string>> kana;  // each twin's cost and list
+  std::set<Key> spelledInKanji;                         // the spellings that have a twin
+  auto twin = [&](const WordEntry& word, std::string surface) {
+    // The twin goes to the list its kanji spelling came from.
+    auto [it, fresh] = kana.emplace(Key{word.reading, word.leftID, word.rightID, std::move(surface)},
+                                    std::pair{word.cost, word.list});
+    if (!fresh) it->second.first = std::min(it->second.first, word.cost);
+    spelledInKanji.emplace(word.reading, word.leftID, word.rightID, word.surface);
+  };
   // The prefix is honorific only before a word of its own (自由 in 御自由),
   // not in 御殿 or 御所, where 御 belongs to the word.
   // ...or where the kana spelling is a word already (ご飯 beside 御飯).
   std::set<std::pair<std::string_view, std::string_view>> words, spellings;
   for (const auto& word : lexicon.words) {
     if (isContentWord(lexicon.grammar.names[word.leftID])) words.emplace(word.reading, word.surface);
-    if (word.surface.starts_with("ご") || word.surface.starts_with("お")) spellings.emplace(word.reading, word.surface);
+    if (word.surface.find("ご") != std::string::npos || word.surface.find("お") != std::string::npos)
+      spellings.emplace(word.reading, word.surface);
   }
   for (const auto& word : lexicon.words) {
-    if (!word.surface.starts_with(honorific) || word.surface.size() == honorific.size()) continue;
+    const auto at = word.surface.find(honorific);
+    if (at == std::string::npos || word.surface.size() == at + honorific.size()) continue;
     // 御中 (おんちゅう) and 御霊 (みたま) are not the honorific prefix.
     std::string prefix;
     if (word.reading.starts_with("ご")) prefix = "ご";
     else if (word.reading.starts_with("お") && !word.reading.starts_with("おん")) prefix = "お";
-    else continue;
+    const std::string kanaSpelling =
+        word.surface.substr(0, at) + (at == 0 ? prefix : "ご") + word.surface.substr(at + honorific.size());
+    if (at > 0) {
+      // Inside a compound (朝御飯) only where a source lists the kana
+      // spelling too (朝ご飯): 京都御所 and 大御所 keep the kanji.
+      if (spellings.count({word.reading, kanaSpelling})) twin(word, kanaSpelling);
+      continue;
+    }
+    if (prefix.empty()) continue;
     const std::string_view rest = std::string_view(word.surface).substr(honorific.size());
-    const std::string kanaSpelling = prefix + std::string(rest);
     if (!spellings.count({word.reading, kanaSpelling}) &&
         !words.count({std::string_view(word.reading).substr(prefix.size()), rest}))
       continue;
-    const auto key = std::tuple{word.reading, word.leftID, word.rightID, prefix + word.surface.substr(honorific.size())};
-    // The twin goes to the list its kanji spelling came from.
-    auto [it, fresh] = kana.emplace(key, std::pair{word.cost, word.list});
-    if (!fresh) it->second.first = std::min(it->second.first, word.cost);
+    twin(word, kanaSpelling);
   }
-  std::set<std::tuple<std::string, int32_t, int32_t, std::string>> present;
+  std::set<Key> present;
   for (auto& word : lexicon.words) {
-    const auto key = std::tuple{word.reading, word.leftID, word.rightID, word.surface};
+    const Key key{word.reading, word.leftID, word.rightID, word.surface};
     if (auto it = kana.find(key); it != kana.end()) {
       word.cost = std::min(word.cost, it->second.first);
       present.insert(key);
     }
   }
   for (auto& word : lexicon.words)
-    if (word.surface.starts_with(honorific) && word.surface.size() > honorific.size() &&
-        kana.count(std::tuple{word.reading, word.leftID, word.rightID,
-                              std::string(word.reading.starts_with("ご") ? "ご" : "お") +
-                                  word.surface.substr(honorific.size())}))
+    if (spelledInKanji.count(Key{word.reading, word.leftID, word.rightID, word.surface}))
       word.cost += honorificKanjiPenalty;
   for (const auto& [key, costAndList] : kana) {
     if (present.count(key)) continue;

@@ -8,6 +8,7 @@
 namespace orvane::mkdict {
 namespace {
 
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
@@ -156,14 +157,18 @@ TEST(CostRulesTest, HonorificPrefixIsSpelledInKana) {
   Lexicon lexicon = lexiconOf({{"ごはん", U, U, 5000, "御飯"}, {"ごはん", U, U, 5600, "ご飯"},
                                {"ごじゆう", U, U, 4000, "御自由", "ut-skk.tsv"}, {"おんちゅう", U, U, 6000, "御中"},
                                {"ご", 560, 560, 6000, "御"}, {"じゆう", U, U, 5000, "自由"},
-                               {"ごてん", U, U, 5000, "御殿"}});
+                               {"ごてん", U, U, 5000, "御殿"}, {"あさごはん", U, U, 5200, "朝御飯"},
+                               {"あさごはん", U, U, 5700, "朝ご飯"}, {"きょうとごしょ", U, U, 5500, "京都御所"},
+                               {"せいぎょ", U, U, 3000, "制御"}});
   spellHonorificsInKana(lexicon);
-  // 御中 is read おん, not the prefix; 殿 is no word read てん, so 御 belongs to 御殿.
+  // 御中 is read おん, not the prefix; 殿 is no word read てん, so 御 belongs to
+  // 御殿. Inside a compound the kana spelling must be a word already: 朝ご飯
+  // is, 京都ご所 is not; 制御 is no honorific.
   for (auto [surface, cost] : {std::pair{"ご飯", 5000}, {"御飯", 6000}, {"御自由", 5000}, {"御中", 6000}, {"御", 6000},
-                               {"御殿", 5000}})
+                               {"御殿", 5000}, {"朝御飯", 6200}, {"朝ご飯", 5200}, {"京都御所", 5500}, {"制御", 3000}})
     EXPECT_EQ(costOf(lexicon, surface), cost) << surface;
-  ASSERT_EQ(lexicon.words.size(), 8u);
-  EXPECT_EQ(lexicon.words.back(), (WordEntry{"ごじゆう", U, U, 4000, "ご自由", "ut-skk.tsv"}));
+  ASSERT_EQ(lexicon.words.size(), 12u);
+  EXPECT_THAT(lexicon.words, Contains(WordEntry{"ごじゆう", U, U, 4000, "ご自由", "ut-skk.tsv"}));
 }
 
 TEST(CostRulesTest, BuildWithSKKMergesOrSeparatesTheAddedWordsAndCreditsThem) {

@@ -173,7 +173,9 @@ as they are). Each is a general rule, deterministic, named for --without:
                      the rest is a word of its own or the kana spelling is
                      one already (御自由, 御飯; not 御殿, 御所), get a twin
                      with the prefix in kana (ご自由, ご飯) at the cheaper of
-                     the two costs; the 御 spelling +1000.
+                     the two costs; the 御 spelling +1000. Inside a compound
+                     (朝御飯) the same, where the kana spelling is a word of
+                     the list already (朝ご飯; not 京都御所, 大御所).
   rare-kanji         +1000 for a surface with a kanji outside JIS X 0208
                      level 1 (凭れる, 𩸽): rare, archaic or variant forms.
   usually-kana       applied last: where a content word's cheapest kanji

@@ -237,6 +237,8 @@ void penalizeShortReadings(Lexicon& lexicon);
 // Words that begin with the honorific prefix 御 read ご or お (御飯, 御自由)
 // get a twin with the prefix in kana (ご飯, ご自由) at the same cost, and
 // the kanji spelling costs more: modern writing spells the prefix in kana.
+// Compounds with 御 inside (朝御飯) do the same where the list has their
+// kana spelling already (朝ご飯): 京都御所 and 大御所 keep their kanji.
 void spellHonorificsInKana(Lexicon& lexicon);
 // Words written with a kanji outside JIS X 0208 level 1 (欝, 凭, 噺): rare,
 // archaic or variant forms of words that have a common spelling.
