@@ -148,9 +148,9 @@ BuildResult build(const BuildOptions& options, const Progress& progress) {
       const std::size_t added = addPhrases(lexicon, modelText->model, modelText->text, modelText->wordIDs, options.context);
       progress("language model: " + std::to_string(added) + " runs of words added as words of their own");
     }
-    if (modelText && options.context.rightClasses > 0) {
+    if (modelText && options.context.rightIDs > 0) {
       const std::size_t added = splitRightContexts(lexicon, modelText->text, modelText->wordIDs, options.context);
-      progress("language model: " + std::to_string(added) + " right ids for groups of content words");
+      progress("language model: " + std::to_string(added) + " homophones with right ids of their own");
     }
   }
 

@@ -95,11 +95,11 @@ std::size_t addModelWords(Lexicon& lexicon, const LanguageModel& model, const An
 // some left out (その後 and そのあと, 取扱い and 取り扱い are one word).
 bool homophones(std::string_view a, std::string_view b);
 
-// Content words that the text shows often enough get right ids of their own
-// kind: the words of one id are grouped by what follows them (有機 before
-// nouns, 勇気 before particles), each group a new id in the grammar's unused
-// ids whose row is the id's own, moved by how much likelier each follower is
-// after the group. Returns how many ids were added.
+// Content words with homophones on their id (勇気 and 有機) that the text
+// follows often enough get right ids of their own, in the grammar's unused
+// ids: each id's row is its word's id's, moved by how much likelier each
+// follower is after the word (が after 勇気, nouns after 有機). The spellings
+// of one word share its id. Returns how many ids were added.
 std::size_t splitRightContexts(Lexicon& lexicon, const TaggedText& text, const std::vector<int32_t>& wordIDs,
                                const ContextOptions& options = {});
 

@@ -113,18 +113,18 @@ Sources (each optional; at least one must give words):
                   seen at least --lm-min-word times; where the run's
                   reading alone would convert to something else and the
                   run costs less, seen at least --lm-min-pair times.
-  --lm-right-classes N
-                  at most N new right ids for content words with
-                  homophones on their id (default 800, 0: none): the
-                  words of one id that the text follows at least
-                  --lm-right-min times (default 200) are grouped by what
-                  follows them (勇気 before particles, 有機 before nouns),
-                  each group a right id whose connection costs are its
-                  id's, moved by how much likelier each follower is after
-                  the group (weighed against --lm-right-smoothing,
-                  default 50, of the id's own); the end of the reading
-                  keeps the id's cost. Spellings of one word (通り, とおり)
-                  share a group. Applied last, after the runs of words.
+  --lm-right-ids N
+                  at most N new right ids, one for each content word with
+                  homophones on its id that the text follows at least
+                  --lm-right-min times (default 200), the most often
+                  followed first (default 800, 0: none; 299 are made): its
+                  connection costs are its id's, moved by how much likelier
+                  each follower is after the word (勇気 before particles,
+                  有機 before nouns), its counts weighed against
+                  --lm-right-smoothing (default 50) of the id's; the end of
+                  the reading keeps the id's cost. The spellings of one
+                  word (通り, とおり) share its id. Applied last, after the
+                  runs of words.
   --mecab-dic DIR MeCab's compiled IPADIC (default /var/lib/mecab/dic/ipadic-utf8,
                   package mecab-ipadic-utf8).
   --mozc DIR      a Mozc source tree (or a flat directory of its files):
@@ -291,9 +291,9 @@ Options parse(int argc, char** argv) {
     else if (arg == "--lm-unseen-count") options.build.context.unseenWordCount = positive();
     else if (arg == "--lm-own-ids") options.build.context.ownIDs = count(0);
     else if (arg == "--no-lm-phrases") options.build.context.phrases = false;
-    else if (arg == "--lm-right-classes") options.build.context.rightClasses = count(0);
-    else if (arg == "--lm-right-min") options.build.context.rightClassMinimumCount = static_cast<double>(count(1));
-    else if (arg == "--lm-right-smoothing") options.build.context.rightClassSmoothing = positive();
+    else if (arg == "--lm-right-ids") options.build.context.rightIDs = count(0);
+    else if (arg == "--lm-right-min") options.build.context.rightIDMinimumCount = static_cast<double>(count(1));
+    else if (arg == "--lm-right-smoothing") options.build.context.rightIDSmoothing = positive();
     else if (arg == "--corpus") options.build.corpus = fs::path(value());
     else if (arg == "--no-corpus") options.build.corpus.reset();
     else if (arg == "-q" || arg == "--quiet") options.quiet = true;

@@ -343,13 +343,13 @@ struct ContextOptions {
   std::size_t ownIDs = 100;
   // Runs of words that convert only together (addPhrases).
   bool phrases = true;
-  // Right ids of their own for groups of content words with homophones
+  // Right ids of their own for content words with homophones on their id
   // (splitRightContexts): how many at most, how often a word must be
   // followed in the text to take part, and how many of its id's followings
-  // a group's own are weighed against.
-  std::size_t rightClasses = 800;
-  double rightClassMinimumCount = 200;
-  double rightClassSmoothing = 50;
+  // a word's own are weighed against.
+  std::size_t rightIDs = 800;
+  double rightIDMinimumCount = 200;
+  double rightIDSmoothing = 50;
 };
 
 struct BuildOptions {

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <map>
 #include <unordered_map>
 
@@ -58,58 +57,6 @@ class ReadingWords {
   std::vector<Word> words_;
 };
 
-// Groups the words into k classes by what follows them: each word goes to
-// the class under whose followers its own are likeliest, and a class's
-// followers are its words' pooled, smoothed towards the id's (k-means under
-// the log-likelihood). The k most frequent words seed the classes, so every
-// run gives the same classes.
-std::vector<std::size_t> cluster(const std::vector<const Word*>& words, std::size_t k,
-                                 const std::vector<double>& parent, double smoothing) {
-  constexpr int rounds = 8;
-  const std::size_t n = parent.size();
-  std::vector<std::size_t> order(words.size());
-  for (std::size_t i = 0; i < order.size(); ++i) order[i] = i;
-  std::stable_sort(order.begin(), order.end(),
-                   [&](std::size_t a, std::size_t b) { return words[a]->count > words[b]->count; });
-  std::vector<std::size_t> assignment(words.size(), k);
-  for (std::size_t c = 0; c < k; ++c) assignment[order[c]] = c;
-
-  std::vector<double> logP(k * n);
-  auto estimate = [&] {
-    std::vector<double> counts(k * n, 0), totals(k, 0);
-    for (std::size_t i = 0; i < words.size(); ++i) {
-      const std::size_t c = assignment[i];
-      if (c == k) continue;  // not yet placed
-      for (const auto& [b, count] : words[i]->followers) counts[c * n + static_cast<std::size_t>(b)] += count;
-      totals[c] += words[i]->count;
-    }
-    for (std::size_t c = 0; c < k; ++c)
-      for (std::size_t b = 0; b < n; ++b)
-        if (parent[b] > 0) logP[c * n + b] = std::log((counts[c * n + b] + smoothing * parent[b]) / (totals[c] + smoothing));
-  };
-  estimate();
-  for (int round = 0; round < rounds; ++round) {
-    bool moved = false;
-    for (std::size_t i = 0; i < words.size(); ++i) {
-      double best = -std::numeric_limits<double>::infinity();
-      std::size_t bestClass = assignment[i];
-      for (std::size_t c = 0; c < k; ++c) {
-        double score = 0;
-        for (const auto& [b, count] : words[i]->followers) score += count * logP[c * n + static_cast<std::size_t>(b)];
-        if (score > best) {
-          best = score;
-          bestClass = c;
-        }
-      }
-      moved = moved || bestClass != assignment[i];
-      assignment[i] = bestClass;
-    }
-    estimate();
-    if (!moved) break;
-  }
-  return assignment;
-}
-
 }  // namespace
 
 bool homophones(std::string_view a, std::string_view b) {
@@ -133,7 +80,7 @@ std::size_t splitRightContexts(Lexicon& lexicon, const TaggedText& text, const s
                                const ContextOptions& options) {
   Grammar& grammar = lexicon.grammar;
   const std::size_t n = grammar.names.size();
-  if (options.rightClasses == 0 || wordIDs.size() != text.words.size()) return 0;
+  if (options.rightIDs == 0 || wordIDs.size() != text.words.size()) return 0;
 
   // What follows each id as a whole, counted as its connection costs were,
   // and what follows each spelling of a content word.
@@ -155,103 +102,83 @@ std::size_t splitRightContexts(Lexicon& lexicon, const TaggedText& text, const s
   {
     // Kanji spellings first, the commonest first, so that each word is known
     // by its commonest kanji spelling and kana spellings find their word.
-    std::vector<std::size_t> order;
+    std::vector<std::pair<double, std::size_t>> order;
     for (std::size_t w = 0; w < text.words.size(); ++w) {
       const auto& word = text.words[w];
-      if (word.known && !word.reading.empty() && wordIDs[w] > 0 && !followers[w].empty() &&
-          isContentWord(grammar.names[static_cast<std::size_t>(wordIDs[w])]))
-        order.push_back(w);
+      if (!word.known || word.reading.empty() || wordIDs[w] <= 0 || followers[w].empty() ||
+          !isContentWord(grammar.names[static_cast<std::size_t>(wordIDs[w])]))
+        continue;
+      double total = 0;
+      for (const auto& [b, c] : followers[w]) total += c;
+      order.emplace_back(total, w);
     }
-    auto total = [&](std::size_t w) {
-      double sum = 0;
-      for (const auto& [b, c] : followers[w]) sum += c;
-      return sum;
-    };
-    std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
-      const bool ka = hasHan(text.words[a].surface), kb = hasHan(text.words[b].surface);
-      return ka != kb ? ka : total(a) > total(b);
+    std::stable_sort(order.begin(), order.end(), [&](const auto& a, const auto& b) {
+      const bool ka = hasHan(text.words[a.second].surface), kb = hasHan(text.words[b.second].surface);
+      return ka != kb ? ka : a.first > b.first;
     });
-    for (std::size_t w : order)
+    for (const auto& [total, w] : order)
       byReading[{text.words[w].reading, wordIDs[w]}].add(text.words[w].reading, text.words[w].surface, followers[w]);
   }
 
-  // Only words with homophones on their id take part: elsewhere a right id
-  // of their own would let the genre of the model's text choose between a
-  // word and the spellings of its neighbours (次の通り against 次のとおり).
-  std::map<int32_t, std::vector<const Word*>> byID;
-  std::size_t taking = 0;
+  // Only words with homophones on their id take part, the most often
+  // followed first: elsewhere a right id of its own would let the genre of
+  // the model's text choose between a word and the spellings of its
+  // neighbours (次の通り against 次のとおり).
+  std::vector<std::pair<const Word*, int32_t>> taking;  // word, its id
   for (const auto& [key, words] : byReading) {
     if (words.words().size() < 2) continue;
     for (const Word& word : words.words())
-      if (word.count >= options.rightClassMinimumCount) {
-        byID[key.second].push_back(&word);
-        ++taking;
-      }
+      if (word.count >= options.rightIDMinimumCount) taking.emplace_back(&word, key.second);
   }
+  std::stable_sort(taking.begin(), taking.end(),
+                   [](const auto& a, const auto& b) { return a.first->count > b.first->count; });
   std::vector<std::size_t> free;
   for (std::size_t id = 1; id < n; ++id)
     if (grammar.names[id].empty() && id != static_cast<std::size_t>(userWordID) &&
         id != static_cast<std::size_t>(fallbackSymbolID))
       free.push_back(id);
-  const std::size_t budget = std::min(options.rightClasses, free.size());
+  taking.resize(std::min({taking.size(), free.size(), options.rightIDs}));
 
-  // Each id's share of the budget goes by how many of its words take part;
-  // a class needs two words at least to say more than a word alone.
-  std::map<std::pair<std::string, int32_t>, std::map<std::string, int32_t>> classOf;  // by reading, id, first spelling
-  std::size_t added = 0;
-  for (const auto& [parent, words] : byID) {
-    std::size_t k = budget * words.size() / taking;
-    k = std::min(k, words.size() / 2);
-    if (k < 2 || added + k > free.size()) continue;
-    const auto p = static_cast<std::size_t>(parent);
-    std::vector<double> distribution(idFollowers[p]);
+  // A word's row is its id's, moved by how much likelier each follower is
+  // after the word than after the id as a whole, the word's counts weighed
+  // against rightIDSmoothing of the id's. A reading ends where the user
+  // stops typing, seldom where a sentence of the text ends, so the end keeps
+  // the id's own cost.
+  std::map<std::pair<std::string, int32_t>, std::map<std::string, int32_t>> rightOf;  // by reading, id, first spelling
+  for (std::size_t k = 0; k < taking.size(); ++k) {
+    const auto& [word, parent] = taking[k];
+    const auto p = static_cast<std::size_t>(parent), id = free[k];
     double total = 0;
-    for (double c : distribution) total += c;
-    for (double& d : distribution) d /= total;
-    const auto assignment = cluster(words, k, distribution, options.rightClassSmoothing);
-
-    // A class's row is its id's, moved by how much likelier each follower is
-    // after the class than after the id as a whole. A reading ends where
-    // the user stops typing, seldom where a sentence of the text ends, so
-    // the end keeps the id's own cost.
-    std::vector<double> counts(k * n, 0), totals(k, 0);
-    for (std::size_t i = 0; i < words.size(); ++i) {
-      for (const auto& [b, c] : words[i]->followers) counts[assignment[i] * n + static_cast<std::size_t>(b)] += c;
-      totals[assignment[i]] += words[i]->count;
-    }
-    std::vector<int32_t> ids(k);
-    const std::string prefix = grammar.names[p].substr(0, grammar.names[p].rfind(',') + 1);
-    for (std::size_t c = 0; c < k; ++c) {
-      const std::size_t id = free[added++];
-      ids[c] = static_cast<int32_t>(id);
-      grammar.names[id] = prefix + "右" + std::to_string(c + 1);
-      for (std::size_t b = 0; b < n; ++b) {
-        int64_t cost = grammar.costs[p * n + b];
-        if (distribution[b] > 0 && b != static_cast<std::size_t>(sentenceBoundaryID)) {
-          const double s = options.rightClassSmoothing;
-          const double likelier = (counts[c * n + b] + s * distribution[b]) / (totals[c] + s) / distribution[b];
-          cost += std::lround(-options.scale * std::log(likelier));
-        }
-        grammar.costs[id * n + b] = clampCost(cost);
-        grammar.costs[b * n + id] = grammar.costs[b * n + p];
+    for (double c : idFollowers[p]) total += c;
+    const std::string& name = grammar.names[p];
+    grammar.names[id] = name.substr(0, name.rfind(',') + 1) + "右" + word->surface;
+    for (std::size_t b = 0; b < n; ++b) {
+      int64_t cost = grammar.costs[p * n + b];
+      const double share = idFollowers[p][b] / total;
+      if (share > 0 && b != static_cast<std::size_t>(sentenceBoundaryID)) {
+        const auto it = word->followers.find(static_cast<int32_t>(b));
+        const double count = it == word->followers.end() ? 0 : it->second;
+        const double s = options.rightIDSmoothing;
+        cost += std::lround(-options.scale * std::log((count + s * share) / (word->count + s) / share));
       }
+      grammar.costs[id * n + b] = clampCost(cost);
+      grammar.costs[b * n + id] = grammar.costs[b * n + p];
     }
-    for (std::size_t i = 0; i < words.size(); ++i)
-      classOf[{words[i]->reading, parent}][words[i]->surface] = ids[assignment[i]];
+    rightOf[{word->reading, parent}][word->surface] = static_cast<int32_t>(id);
   }
 
-  // Every spelling of a grouped word in the list, the text's or not.
+  // Every spelling of such a word in the list, the text's or not.
   for (auto& word : lexicon.words) {
     if (word.leftID != word.rightID) continue;
-    const auto classes = classOf.find({word.reading, word.leftID});
-    if (classes == classOf.end()) continue;
+    const auto ids = rightOf.find({word.reading, word.leftID});
+    if (ids == rightOf.end()) continue;
     const auto& words = byReading.at({word.reading, word.leftID});
     if (const auto at = words.find(word.surface)) {
-      const auto it = classes->second.find(words.words()[*at].surface);
-      if (it != classes->second.end()) word.rightID = it->second;
+      const auto it = ids->second.find(words.words()[*at].surface);
+      if (it != ids->second.end()) word.rightID = it->second;
     }
   }
-  return added;
+  return taking.size();
 }
 
 }  // namespace orvane::mkdict
