@@ -95,7 +95,7 @@ std::size_t addModelWords(Lexicon& lexicon, const LanguageModel& model, const An
 // some left out (その後 and そのあと, 取扱い and 取り扱い are one word).
 bool homophones(std::string_view a, std::string_view b);
 
-// Content words with homophones on their id (勇気 and 有機) that the text
+// Content words with homophones (勇気 and 有機, 機能 and 昨日) that the text
 // follows often enough get right ids of their own, in the grammar's unused
 // ids: each id's row is its word's id's, moved by how much likelier each
 // follower is after the word (が after 勇気, nouns after 有機). The spellings

@@ -115,9 +115,10 @@ Sources (each optional; at least one must give words):
                   run costs less, seen at least --lm-min-pair times.
   --lm-right-ids N
                   at most N new right ids, one for each content word with
-                  homophones on its id that the text follows at least
-                  --lm-right-min times (default 200), the most often
-                  followed first (default 800, 0: none; 299 are made): its
+                  homophones (a second word of its reading on its id, or a
+                  kanji homophone on another) that the text follows at
+                  least --lm-right-min times (default 200), the most often
+                  followed first (default 800, 0: none; 464 are made): its
                   connection costs are its id's, moved by how much likelier
                   each follower is after the word (勇気 before particles,
                   有機 before nouns), its counts weighed against

@@ -120,16 +120,25 @@ std::size_t splitRightContexts(Lexicon& lexicon, const TaggedText& text, const s
       byReading[{text.words[w].reading, wordIDs[w]}].add(text.words[w].reading, text.words[w].surface, followers[w]);
   }
 
-  // Only words with homophones on their id take part, the most often
-  // followed first: elsewhere a right id of its own would let the genre of
-  // the model's text choose between a word and the spellings of its
-  // neighbours (次の通り against 次のとおり).
+  // Only words with homophones take part, the most often followed first: a
+  // second word of the reading on the same id (勇気 and 有機), or a kanji
+  // spelling on another id that is not the same word written another way
+  // (機能 and 昨日, not 通り and とおり). Elsewhere a right id of its own
+  // would let the genre of the model's text choose between a word and the
+  // spellings of its neighbours (次の通り against 次のとおり).
+  std::map<std::string_view, std::vector<const Word*>> byReadingAlone;
+  for (const auto& [key, words] : byReading)
+    for (const Word& word : words.words()) byReadingAlone[key.first].push_back(&word);
   std::vector<std::pair<const Word*, int32_t>> taking;  // word, its id
-  for (const auto& [key, words] : byReading) {
-    if (words.words().size() < 2) continue;
-    for (const Word& word : words.words())
-      if (word.count >= options.rightIDMinimumCount) taking.emplace_back(&word, key.second);
-  }
+  for (const auto& [key, words] : byReading)
+    for (const Word& word : words.words()) {
+      if (word.count < options.rightIDMinimumCount) continue;
+      const auto& others = byReadingAlone[key.first];
+      if (words.words().size() >= 2 || std::any_of(others.begin(), others.end(), [&](const Word* other) {
+            return other != &word && hasHan(other->surface) && homophones(other->surface, word.surface);
+          }))
+        taking.emplace_back(&word, key.second);
+    }
   std::stable_sort(taking.begin(), taking.end(),
                    [](const auto& a, const auto& b) { return a.first->count > b.first->count; });
   std::vector<std::size_t> free;
