@@ -343,7 +343,7 @@ struct ContextOptions {
   std::size_t ownIDs = 100;
   // Runs of words that convert only together (addPhrases).
   bool phrases = true;
-  // Right ids of their own for content words with homophones on their id
+  // Right ids of their own for content words with homophones
   // (splitRightContexts): how many at most, how often a word must be
   // followed in the text to take part, and how many of its id's followings
   // a word's own are weighed against.

@@ -25,8 +25,8 @@ struct Word {
 };
 
 // The words of one reading on one id, each by its first spelling. A kanji
-// spelling joins the first word it is not a homophone of; a spelling in kana
-// alone joins the commonest word.
+// spelling joins the first word it spells another way (is no homophone of);
+// a spelling in kana alone joins the commonest word.
 class ReadingWords {
  public:
   std::optional<std::size_t> find(std::string_view surface) const {
