@@ -22,6 +22,7 @@ struct Word {
   std::string surface;  // its first spelling with kanji, or its kana
   double count = 0;
   Followers followers;
+  int32_t rightID = -1;  // its own, once it has one
 };
 
 // The words of one reading on one id, each by its first spelling. A kanji
@@ -52,6 +53,7 @@ class ReadingWords {
     }
   }
   const std::vector<Word>& words() const { return words_; }
+  std::vector<Word>& words() { return words_; }
 
  private:
   std::vector<Word> words_;
@@ -129,9 +131,9 @@ std::size_t splitRightContexts(Lexicon& lexicon, const TaggedText& text, const s
   std::map<std::string_view, std::vector<const Word*>> byReadingAlone;
   for (const auto& [key, words] : byReading)
     for (const Word& word : words.words()) byReadingAlone[key.first].push_back(&word);
-  std::vector<std::pair<const Word*, int32_t>> taking;  // word, its id
-  for (const auto& [key, words] : byReading)
-    for (const Word& word : words.words()) {
+  std::vector<std::pair<Word*, int32_t>> taking;  // word, its id
+  for (auto& [key, words] : byReading)
+    for (Word& word : words.words()) {
       if (word.count < options.rightIDMinimumCount) continue;
       const auto& others = byReadingAlone[key.first];
       if (words.words().size() >= 2 || std::any_of(others.begin(), others.end(), [&](const Word* other) {
@@ -153,7 +155,6 @@ std::size_t splitRightContexts(Lexicon& lexicon, const TaggedText& text, const s
   // against rightIDSmoothing of the id's. A reading ends where the user
   // stops typing, seldom where a sentence of the text ends, so the end keeps
   // the id's own cost.
-  std::map<std::pair<std::string, int32_t>, std::map<std::string, int32_t>> rightOf;  // by reading, id, first spelling
   for (std::size_t k = 0; k < taking.size(); ++k) {
     const auto& [word, parent] = taking[k];
     const auto p = static_cast<std::size_t>(parent), id = free[k];
@@ -173,19 +174,16 @@ std::size_t splitRightContexts(Lexicon& lexicon, const TaggedText& text, const s
       grammar.costs[id * n + b] = clampCost(cost);
       grammar.costs[b * n + id] = grammar.costs[b * n + p];
     }
-    rightOf[{word->reading, parent}][word->surface] = static_cast<int32_t>(id);
+    word->rightID = static_cast<int32_t>(id);
   }
 
   // Every spelling of such a word in the list, the text's or not.
   for (auto& word : lexicon.words) {
     if (word.leftID != word.rightID) continue;
-    const auto ids = rightOf.find({word.reading, word.leftID});
-    if (ids == rightOf.end()) continue;
-    const auto& words = byReading.at({word.reading, word.leftID});
-    if (const auto at = words.find(word.surface)) {
-      const auto it = ids->second.find(words.words()[*at].surface);
-      if (it != ids->second.end()) word.rightID = it->second;
-    }
+    const auto words = byReading.find({word.reading, word.leftID});
+    if (words == byReading.end()) continue;
+    if (const auto at = words->second.find(word.surface); at && words->second.words()[*at].rightID >= 0)
+      word.rightID = words->second.words()[*at].rightID;
   }
   return taking.size();
 }
