@@ -136,7 +136,7 @@ BuildResult build(const BuildOptions& options, const Progress& progress) {
     applyAdjustments(lexicon, options.adjustments, skk ? &*skk : nullptr, edict ? &*edict : nullptr);
     if (options.corpus) {
       progress("corpus: preferred spellings");
-      const std::size_t changed = preferCountedSpellings(lexicon, readCorpusCounts(*options.corpus, diagnostics));
+      const std::size_t changed = preferCountedSpellings(lexicon, readCorpusCounts(*options.corpus, diagnostics), edict ? &*edict : nullptr);
       progress("corpus: " + std::to_string(changed) + " entries made the cheapest spelling of their word");
       credits.push_back({"Word counts of Debian's Japanese documentation", "from " + options.corpus->string(),
                          "which spelling of a word present-day text uses most",

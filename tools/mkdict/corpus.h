@@ -17,18 +17,20 @@ namespace orvane::mkdict {
 using CorpusCounts = std::unordered_map<std::string, int64_t>;
 CorpusCounts readCorpusCounts(const fs::path& file, Diagnostics& diagnostics);
 
-// Spellings of one word (the same reading and part of speech, conjugation
-// included) compete under the converter's costs, but IPADIC's costs were set
-// for analysing text, not for choosing how to write it: 駄目 beats だめ, 下さい
-// beats ください. Where the counted text clearly prefers one spelling (at least
-// corpusMinimumCount uses and corpusDominance times the next one), that
-// spelling becomes the cheapest of its word by corpusMargin. The counted text
-// is technical documentation: a weaker preference there (空き for あき, 型
-// for かた) tells more about the field than about the language.
+// Spellings of one word compete under the converter's costs, but IPADIC's
+// costs were set for analysing text, not for choosing how to write it: 駄目
+// beats だめ, 下さい beats ください. Where the counted text clearly prefers one
+// spelling of a reading and part of speech (at least corpusMinimumCount uses
+// and corpusDominance times the next one), it becomes by corpusMargin the
+// cheapest of the spellings of its word: its kana spellings and, with EDICT,
+// the kanji spellings EDICT glosses alike (判る for 分かる). Without EDICT every
+// spelling of the reading counts. The counted text is technical
+// documentation: it says how a word is written, not which of two homophones
+// text means (空き over 秋, 済む over 住む are the field's words).
 inline constexpr int64_t corpusMinimumCount = 5;
 inline constexpr int64_t corpusDominance = 3;
 inline constexpr int32_t corpusMargin = 1000;
 // Returns how many entries got cheaper.
-std::size_t preferCountedSpellings(Lexicon& lexicon, const CorpusCounts& counts);
+std::size_t preferCountedSpellings(Lexicon& lexicon, const CorpusCounts& counts, const EdictDictionary* edict = nullptr);
 
 }  // namespace orvane::mkdict

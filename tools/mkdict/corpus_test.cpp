@@ -62,6 +62,46 @@ TEST(CorpusCounts, TheUsualSpellingOfAWordBecomesItsCheapest) {
   EXPECT_EQ(costOf(l, "やっ", 3), 4200);
 }
 
+TEST(CorpusCounts, AHomophoneIsNoSpellingOfTheWord) {
+  Lexicon l;
+  l.grammar.names = {"BOS/EOS,*,*,*,*,*,*", "名詞,一般,*,*,*,*,*", "動詞,自立,*,*,五段・マ行,基本形,*",
+                     "動詞,自立,*,*,五段・マ行,連用タ接続,*", "動詞,自立,*,*,五段・ラ行,基本形,*",
+                     "動詞,自立,*,*,五段・ラ行,連用形,*"};
+  l.grammar.costs.assign(l.grammar.names.size() * l.grammar.names.size(), 0);
+  l.words = {
+      {"あき", 1, 1, 3000, "秋"},  {"あき", 1, 1, 4000, "空き"}, {"すむ", 2, 2, 3000, "住む"},
+      {"すむ", 2, 2, 3500, "済む"}, {"すん", 3, 3, 3000, "住ん"}, {"すん", 3, 3, 3500, "済ん"},
+      {"わかる", 4, 4, 3000, "判る"}, {"わかる", 4, 4, 3500, "分かる"}, {"わかり", 5, 5, 3000, "判り"},
+      {"わかり", 5, 5, 3500, "分かり"}, {"わかり", 5, 5, 3800, "わかり"},
+  };
+  EdictDictionary edict;
+  auto gloss = [&](std::string surface, std::string reading, uint32_t meaning) {
+    EdictEntry entry;
+    entry.meaning = meaning;
+    edict[{std::move(surface), std::move(reading)}] = entry;
+  };
+  gloss("秋", "あき", 1);
+  gloss("空き", "あき", 2);
+  gloss("住む", "すむ", 3);
+  gloss("済む", "すむ", 4);
+  gloss("分かる", "わかる", 5);
+  gloss("判る", "わかる", 5);
+  CorpusCounts counts{
+      {"空き\tアキ\t名詞,一般,*,*,*,*", 44},
+      {"済ん\tスン\t動詞,自立,*,*,五段・マ行,連用タ接続", 20},
+      {"分かり\tワカリ\t動詞,自立,*,*,五段・ラ行,連用形", 20},
+  };
+  // Counted in manuals, 空き and 済ん are the field's words, not better
+  // spellings of 秋 and 住ん; 分かり is 判り's usual spelling.
+  EXPECT_EQ(preferCountedSpellings(l, counts, &edict), 1u);
+  EXPECT_EQ(costOf(l, "空き", 1), 4000);
+  EXPECT_EQ(costOf(l, "済ん", 3), 3500);
+  EXPECT_EQ(costOf(l, "分かり", 5), 3000 - corpusMargin);
+  // Without EDICT to tell words apart, every spelling of a reading gives way.
+  EXPECT_EQ(preferCountedSpellings(l, counts), 2u);
+  EXPECT_EQ(costOf(l, "空き", 1), 3000 - corpusMargin);
+}
+
 TEST(CorpusCounts, RareOrAlreadyCheapSpellingsAreLeftAlone) {
   auto l = lexiconOf({
       {"だめ", 1, 1, 5000, "駄目"},

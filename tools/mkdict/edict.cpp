@@ -4,6 +4,7 @@
 #include <map>
 #include <set>
 #include <tuple>
+#include <unordered_map>
 
 #include "text/text.h"
 
@@ -62,6 +63,7 @@ EdictDictionary readEDICT(const fs::path& file, Diagnostics& diagnostics) {
   auto content = text::fromEUCJP(readWhole(file));
   if (!content) throw SourceError("cannot decode " + file.string() + " as EUC-JP");
   EdictDictionary edict;
+  std::unordered_map<std::string, uint32_t> meanings;
   const std::string label = file.filename().string();
   forEachLine(*content, [&](std::string_view line) {
     if (line.empty()) return;
@@ -89,6 +91,9 @@ EdictDictionary readEDICT(const fs::path& file, Diagnostics& diagnostics) {
     const auto tags = firstSenseTags(senses);
     entry.kind = kindOf(tags);
     entry.usuallyKana = std::find(tags.begin(), tags.end(), "uk") != tags.end();
+    // A variant spelling may lack the common mark its main one has.
+    std::string glosses(senses.ends_with("/(P)") ? senses.substr(0, senses.size() - 4) : senses);
+    entry.meaning = meanings.try_emplace(std::move(glosses), static_cast<uint32_t>(meanings.size() + 1)).first->second;
     // A headword listed twice (two words of one spelling): the first line
     // tells how it is used, either tells whether it is common.
     auto [it, fresh] = edict.try_emplace({std::string(surface), *hiragana}, entry);

@@ -66,7 +66,14 @@ TEST(EdictTest, ReadsHowEachHeadwordIsUsedAndWhetherItIsCommon) {
   }
   // The file's header and headwords with no kana reading are no words; a
   // broken line and an unclosed reading are counted.
-  EXPECT_EQ(edict.size(), 18u);
+  EXPECT_EQ(edict.size(), 20u);
+  // Spellings of one word share its glosses, whichever line is marked common.
+  auto meaning = [&](const char* surface, const char* reading) {
+    return edict.at(std::pair<std::string, std::string>{surface, reading}).meaning;
+  };
+  EXPECT_EQ(meaning("分かる", "わかる"), meaning("判る", "わかる"));
+  EXPECT_NE(meaning("漢字", "かんじ"), meaning("幹事", "かんじ"));
+  EXPECT_NE(meaning("思う", "おもう"), meaning("想う", "おもう"));
   EXPECT_EQ(diagnostics.byFile().at("edict.test"), 2u);
   EXPECT_THAT([&] { readEDICT("/nonexistent/edict", diagnostics); },
               ThrowsMessage<SourceError>(HasSubstr("package edict")));

@@ -149,6 +149,9 @@ struct EdictEntry {
   bool common = false;
   // The first sense is marked (uk): usually written in kana alone.
   bool usuallyKana = false;
+  // Spellings of one word share their glosses, one line each in EDICT:
+  // equal numbers here, homophones differ (分かる and 判る; 秋 and 空き).
+  uint32_t meaning = 0;
 };
 
 // (surface, reading in hiragana) -> entry. Lines: "surface [reading] /(pos)
