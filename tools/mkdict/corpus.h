@@ -26,7 +26,7 @@ CorpusCounts readCorpusCounts(const fs::path& file, Diagnostics& diagnostics);
 // the kanji spellings EDICT glosses alike (判る for 分かる). Without EDICT every
 // spelling of the reading counts. The counted text is technical
 // documentation: it says how a word is written, not which of two homophones
-// text means (空き over 秋, 済む over 住む are the field's words).
+// text means (空き over 秋, 既知 over 基地 are the field's words).
 inline constexpr int64_t corpusMinimumCount = 5;
 inline constexpr int64_t corpusDominance = 3;
 inline constexpr int32_t corpusMargin = 1000;
