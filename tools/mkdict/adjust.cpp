@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cmath>
 #include <set>
 #include <tuple>
 #include <unordered_map>
@@ -14,6 +15,10 @@ namespace {
 // Past this rank SKK's candidates are rare spellings alike, ordered by cost.
 constexpr int32_t skkRankCap = 8;
 constexpr int32_t skkRankGap = 500;
+// A cost the language model's text set meets SKK's order halfway: each is a
+// guess at how common the word is (SKK's by hand, the model's from a sample
+// of one genre), and their mean errs less than either.
+constexpr double skkModelWeight = 0.5;
 constexpr int32_t katakanaVariantPenalty = 2000;
 constexpr int32_t properNounPenalty = 1000;
 // A common noun of middling frequency in IPADIC; SKK's later ranks cost more.
@@ -204,7 +209,8 @@ void applySKKOrder(Lexicon& lexicon, const SKKDictionary& skk) {
     }
     for (std::size_t i : indices) {
       auto& word = lexicon.words[i];
-      if (auto it = shift.find(word.surface); it != shift.end()) word.cost += it->second;
+      if (auto it = shift.find(word.surface); it != shift.end())
+        word.cost += word.fromModel ? static_cast<int32_t>(std::lround(it->second * skkModelWeight)) : it->second;
     }
   }
 }

@@ -102,6 +102,14 @@ TEST(SKKTest, HomonymsTakeTheReadingsCostsInSKKOrder) {
                                {"県堺", 9000}, {"漢字", 5000}, {"感じ", 6000}, {"咲い", 5000}, {"割い", 5500},
                                {"差異", 4000}, {"才", 6000}})
     EXPECT_EQ(costOf(lexicon, surface), cost) << surface;
+
+  // Where the model's text priced the words, SKK's order moves them halfway:
+  // SKK puts 漢字 first, the text finds 感じ commoner, and they end level.
+  Lexicon counted = lexiconOf({{"かんじ", U, U, 5000, "感じ"}, {"かんじ", U, U, 6000, "漢字"}});
+  for (auto& w : counted.words) w.fromModel = true;
+  applySKKOrder(counted, fixtureSKK());
+  EXPECT_EQ(costOf(counted, "漢字"), 5500);
+  EXPECT_EQ(costOf(counted, "感じ"), 5500);
 }
 
 TEST(SKKTest, MissingNounsGoToTheirOwnSortedList) {

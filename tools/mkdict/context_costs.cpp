@@ -221,9 +221,11 @@ ContextReport applyContextStatistics(Lexicon& lexicon, const TaggedText& text, c
     if (!std::isnan(modelCost[i])) {
       cost = modelCost[i] + level[c] - kanaCharge(grammar.names[c], word.surface);
       ++report.wordsCosted;
+      word.fromModel = true;
     } else if (isLearned[i]) {
       cost = learned[i] + level[c] - kanaCharge(grammar.names[c], word.surface);
       ++report.wordsCosted;
+      word.fromModel = true;
     } else if (classCount[c] > 0) {
       // A word the text did not show often enough is no likelier than one
       // it showed unseenWordCount times.

@@ -43,6 +43,9 @@ struct WordEntry {
   std::string surface;
   // Words added from a vocabulary source go to their own list (ut-*.tsv).
   std::string list = "mozc.tsv";
+  // The cost is the language model's text's: counted there, or priced from
+  // the model's own probability; rules that guess at frequency leave it.
+  bool fromModel = false;
   bool operator==(const WordEntry&) const = default;
 };
 
