@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cmath>
 #include <set>
 #include <tuple>
 #include <unordered_map>
@@ -15,10 +14,6 @@ namespace {
 // Past this rank SKK's candidates are rare spellings alike, ordered by cost.
 constexpr int32_t skkRankCap = 8;
 constexpr int32_t skkRankGap = 500;
-// A cost the language model's text set meets SKK's order halfway: each is a
-// guess at how common the word is (SKK's by hand, the model's from a sample
-// of one genre), and their mean errs less than either.
-constexpr double skkModelWeight = 0.5;
 constexpr int32_t katakanaVariantPenalty = 2000;
 constexpr int32_t properNounPenalty = 1000;
 // A common noun of middling frequency in IPADIC; SKK's later ranks cost more.
@@ -209,8 +204,7 @@ void applySKKOrder(Lexicon& lexicon, const SKKDictionary& skk) {
     }
     for (std::size_t i : indices) {
       auto& word = lexicon.words[i];
-      if (auto it = shift.find(word.surface); it != shift.end())
-        word.cost += word.fromModel ? static_cast<int32_t>(std::lround(it->second * skkModelWeight)) : it->second;
+      if (auto it = shift.find(word.surface); it != shift.end()) word.cost += guessedChange(word, it->second);
     }
   }
 }
@@ -263,13 +257,13 @@ void penalizeKatakanaVariants(Lexicon& lexicon) {
   for (auto& word : lexicon.words)
     if (allKatakana(word.surface) &&
         (hasKanjiSpelling.count(word.reading) || kanaFunctionWords.count({word.reading, word.leftID, word.rightID})))
-      word.cost += katakanaVariantPenalty;
+      word.cost += guessedChange(word, katakanaVariantPenalty);
 }
 
 void penalizeProperNouns(Lexicon& lexicon) {
   for (auto& word : lexicon.words) {
     const auto& name = lexicon.grammar.names[word.leftID];
-    if (name.starts_with("名詞,固有名詞,") && !name.starts_with("名詞,固有名詞,地域,国,")) word.cost += properNounPenalty;
+    if (name.starts_with("名詞,固有名詞,") && !name.starts_with("名詞,固有名詞,地域,国,")) word.cost += guessedChange(word, properNounPenalty);
   }
 }
 
@@ -377,7 +371,7 @@ void penalizeRareKanji(Lexicon& lexicon) {
   for (auto& word : lexicon.words) {
     for (char32_t c : text::scalars(word.surface)) {
       if (isHanScalar(c) && c != U'々' && c != U'〆' && c != U'ヶ' && !isCommonKanji(c)) {
-        word.cost += rareKanjiPenalty;
+        word.cost += guessedChange(word, rareKanjiPenalty);
         break;
       }
     }

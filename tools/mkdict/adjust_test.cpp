@@ -147,6 +147,14 @@ TEST(CostRulesTest, EachRuleTouchesOnlyItsWords) {
     applyAdjustments(lexicon, only, nullptr);
     EXPECT_EQ(lexicon.words.back().cost - c.word.cost, c.change) << c.rule << " " << c.word.surface;
     EXPECT_EQ(lexicon.words.front().cost, 7000) << c.rule << " touched 人";
+    // A guess at how common a word is counts half where the model priced it;
+    // a one-kana reading's penalty is about splitting readings, and stays.
+    WordEntry priced = c.word;
+    priced.fromModel = true;
+    Lexicon counted = lexiconOf({{"ひと", U, U, 7000, "人"}, priced});
+    applyAdjustments(counted, only, nullptr);
+    EXPECT_EQ(counted.words.back().cost - c.word.cost, c.rule == std::string_view("short-readings") ? c.change : c.change / 2)
+        << c.rule << " " << c.word.surface;
   }
   Adjustments unknown;
   EXPECT_FALSE(setAdjustment(unknown, "no-such-rule", false));

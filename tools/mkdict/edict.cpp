@@ -161,7 +161,7 @@ void penalizeUncommonSpellings(Lexicon& lexicon, const EdictDictionary& edict) {
     }
     if (!any) continue;
     for (std::size_t i : indices)
-      if (!isCommon[i]) lexicon.words[i].cost += edictUncommonPenalty;
+      if (!isCommon[i]) lexicon.words[i].cost += guessedChange(lexicon.words[i], edictUncommonPenalty);
   }
 }
 
