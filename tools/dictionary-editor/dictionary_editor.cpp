@@ -67,11 +67,16 @@ std::optional<std::string> ensureUserDictionary(const fs::path& userDictionary,
   return std::nullopt;
 }
 
-std::vector<std::string> editorCommand(const fs::path& file, const Environment& environment) {
+std::optional<std::vector<std::string>> userEditorCommand(const fs::path& file, const Environment& environment) {
   for (const char* name : {"VISUAL", "EDITOR"}) {
     if (auto editor = environment(name); editor && !editor->empty())
-      return {"/bin/sh", "-c", *editor + " \"$1\"", *editor, file.string()};
+      return std::vector<std::string>{"/bin/sh", "-c", *editor + " \"$1\"", *editor, file.string()};
   }
+  return std::nullopt;
+}
+
+std::vector<std::string> editorCommand(const fs::path& file, const Environment& environment) {
+  if (auto command = userEditorCommand(file, environment)) return *command;
   return {"xdg-open", file.string()};
 }
 

@@ -21,9 +21,12 @@ std::filesystem::path mainBundle(const std::filesystem::path& bundle);
 std::optional<std::string> ensureUserDictionary(const std::filesystem::path& userDictionary,
                                                 const std::optional<std::filesystem::path>& defaultDictionary);
 
-// The command that opens the file: $VISUAL, else $EDITOR (each through the
-// shell, so that "code --wait" works), else xdg-open.
+// The user's editor on the file: $VISUAL, else $EDITOR (each through the
+// shell, so that "code --wait" works); nothing when neither is set.
 using Environment = std::function<std::optional<std::string>(const char* name)>;
+std::optional<std::vector<std::string>> userEditorCommand(const std::filesystem::path& file,
+                                                          const Environment& environment);
+// The user's editor, else xdg-open.
 std::vector<std::string> editorCommand(const std::filesystem::path& file, const Environment& environment);
 
 // Runs the command with our standard streams and waits; a description of

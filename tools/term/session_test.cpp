@@ -176,7 +176,7 @@ TEST(TerminalServicesTest, WithoutAnEditorBundleTheUsersEditorOpensTheDictionary
   setenv("EDITOR", "vi", 1);
   open();
   ASSERT_EQ(ran.size(), 1u);
-  EXPECT_EQ(ran[0], (std::vector<std::string>{"/bin/sh", "-c", "vi \"$1\"", "sh", document.string()}));
+  EXPECT_EQ(ran[0], (std::vector<std::string>{"/bin/sh", "-c", "vi \"$1\"", "vi", document.string()}));
   EXPECT_FALSE(result);
 
   setenv("VISUAL", "emacs", 1);  // the visual editor wins in a terminal too

@@ -1,5 +1,7 @@
 #include "terminal_services.h"
 
+#include "dictionary_editor.h"
+
 #include <unistd.h>
 
 #include <cstdlib>
@@ -67,11 +69,13 @@ void TerminalWorkspace::openApplication(const std::filesystem::path& path,
                       : std::nullopt);
     return;
   }
-  const char* editor = std::getenv("VISUAL");
-  if (!editor || !*editor) editor = std::getenv("EDITOR");
-  if (editor && *editor && !fallbackDocument_.empty()) {
-    int status = run_({"/bin/sh", "-c", std::string(editor) + " \"$1\"", "sh", fallbackDocument_.string()});
-    if (status >= 0) {
+  const auto environment = [](const char* name) -> std::optional<std::string> {
+    const char* value = std::getenv(name);
+    return value ? std::optional<std::string>(value) : std::nullopt;
+  };
+  if (auto command = fallbackDocument_.empty() ? std::nullopt
+                                               : dictionary_editor::userEditorCommand(fallbackDocument_, environment)) {
+    if (run_(*command) >= 0) {
       report(std::nullopt);
       return;
     }
