@@ -90,6 +90,13 @@ std::map<std::pair<int32_t, std::string>, int32_t> addOwnIDs(Grammar& grammar, c
   return own;
 }
 
+bool isDigitRun(std::string_view surface) {
+  const auto scalars = text::scalars(surface);
+  return !scalars.empty() && std::all_of(scalars.begin(), scalars.end(), [](char32_t c) {
+    return (c >= U'0' && c <= U'9') || (c >= U'０' && c <= U'９');
+  });
+}
+
 }  // namespace
 
 ContextReport applyContextStatistics(Lexicon& lexicon, const TaggedText& text, const std::vector<int32_t>& newID,
@@ -125,14 +132,31 @@ ContextReport applyContextStatistics(Lexicon& lexicon, const TaggedText& text, c
     pairCount[static_cast<uint64_t>(a) * n + static_cast<uint64_t>(b)] += 1;
     leftCount[static_cast<std::size_t>(a)] += 1;
   };
+  // Digits typed in a reading become one word of the converter's fall-back
+  // id, whose costs IPADIC's symbols alone would set: what comes before and
+  // after the text's numbers in digits (the analyser cuts them digit by
+  // digit, and they keep counting as numbers) counts for that id too.
+  std::vector<char> digits(text.words.size(), 0);
+  if (static_cast<std::size_t>(fallbackSymbolID) < n)
+    for (std::size_t w = 0; w < text.words.size(); ++w) digits[w] = isDigitRun(text.words[w].surface);
   for (const auto& sentence : text.sentences) {
     int32_t previous = sentence.starts ? sentenceBoundaryID : -1;
+    bool inRun = false;
     for (uint32_t w : sentence.words) {
       const int32_t c = classOf[w];
+      if (digits[w] && !inRun) {
+        // What precedes the run already counts once, before its first digit.
+        if (previous >= 0) pairCount[static_cast<uint64_t>(previous) * n + static_cast<uint64_t>(fallbackSymbolID)] += 1;
+        inRun = true;
+      } else if (!digits[w] && inRun) {
+        countPair(fallbackSymbolID, c);
+        inRun = false;
+      }
       if (c >= 0) classCount[static_cast<std::size_t>(c)] += 1;
       countPair(previous, c);
       previous = c;
     }
+    if (inRun && sentence.ends) countPair(fallbackSymbolID, sentenceBoundaryID);
     if (sentence.ends) countPair(previous, sentenceBoundaryID);
   }
 

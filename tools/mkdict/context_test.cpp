@@ -171,6 +171,41 @@ TEST(ContextCostsTest, CountedPathsCostWhatTheClassBigramModelSays) {
   EXPECT_GE(g.cost(1, 1) + costOf(lexicon, "雨"), -s * std::log(5.0 / 72 * 40 / 72) - 1);
 }
 
+TEST(ContextCostsTest, DigitsTypedInAReadingConnectAsTheTextsNumbers) {
+  // The converter gives a run of digits the fall-back id; the text has its
+  // numbers cut digit by digit, after 約 and before 年.
+  Lexicon lexicon;
+  lexicon.grammar.names.assign(static_cast<std::size_t>(fallbackSymbolID) + 1, "");
+  lexicon.grammar.names[0] = "BOS/EOS,*,*,*,*,*,*";
+  lexicon.grammar.names[1] = "名詞,一般,*,*,*,*,*";
+  lexicon.grammar.names[2] = "助詞,格助詞,一般,*,*,*,が";
+  lexicon.grammar.names[3] = "名詞,数,*,*,*,*,*";
+  lexicon.grammar.names[4] = "名詞,接尾,助数詞,*,*,*,*";
+  lexicon.grammar.names[5] = "接頭詞,数接続,*,*,*,*,*";
+  lexicon.grammar.names[fallbackSymbolID] = std::string(fallbackSymbolName);
+  const std::size_t n = lexicon.grammar.names.size();
+  lexicon.grammar.costs.assign(n * n, 1000);
+  lexicon.words = {{"あめ", 1, 1, 4000, "雨"}, {"が", 2, 2, 100, "が"}, {"ねん", 4, 4, 3000, "年"},
+                   {"やく", 5, 5, 3000, "約"}, {"いち", 3, 3, 3000, "一"},  {"→", fallbackSymbolID, fallbackSymbolID, 5000, "→"}};
+  const TaggedWord rain{"あめ", "雨", 1}, ga{"が", "が", 2}, year{"ねん", "年", 4}, about{"やく", "約", 5},
+      one{"", "１", 3}, zero{"", "０", 3}, kanjiOne{"いち", "一", 3}, arrow{"", "→", fallbackSymbolID};
+  std::vector<int32_t> ids(n);
+  for (std::size_t i = 0; i < n; ++i) ids[i] = static_cast<int32_t>(i);
+  const TaggedText text = textOf({{{about, one, zero, zero, year}, 30},
+                                  {{rain, ga, arrow, rain}, 10},
+                                  {{rain, ga, rain}, 20},
+                                  {{kanjiOne, year}, 5}});
+  applyContextStatistics(lexicon, text, ids, ContextOptions{});
+  const auto& g = lexicon.grammar;
+  const double s = ContextOptions{}.scale;
+  // Before a run: 約 is always followed by digits, が by the arrow a third of the time.
+  EXPECT_NEAR(g.cost(2, fallbackSymbolID) - g.cost(5, fallbackSymbolID), s * std::log(3.0), 2);
+  // After one: 年 30 times, 雨 10 (the only words of their ids).
+  const int32_t yearID = lexicon.words[2].leftID;  // an id of its own now, as a counted suffix
+  EXPECT_NEAR((g.cost(fallbackSymbolID, 1) + costOf(lexicon, "雨")) - (g.cost(fallbackSymbolID, yearID) + costOf(lexicon, "年")),
+              s * std::log(3.0), 2);
+}
+
 TEST(ContextCostsTest, FrequentFunctionWordsGetIdsOfTheirOwn) {
   Lexicon lexicon = smallLexicon();
   const TaggedWord koto{"こと", "こと", 3}, mono{"もの", "もの", 3}, ga{"が", "が", 2}, rain{"あめ", "雨", 1};
