@@ -103,7 +103,9 @@ std::size_t preferCountedSpellings(Lexicon& lexicon, const CorpusCounts& counts,
     if (w.leftID < 0 || static_cast<std::size_t>(w.leftID) >= names.size()) continue;
     groups[{w.reading, conjugatedKind(names[static_cast<std::size_t>(w.leftID)])}].push_back(i);
   }
-  const Lemmas lemmas(lexicon);
+  // Dictionary forms matter only for looking words up in EDICT.
+  std::optional<Lemmas> lemmas;
+  if (edict) lemmas.emplace(lexicon);
   std::size_t changed = 0;
   for (const auto& [group, entries] : groups) {
     std::set<std::string_view> spellings;
@@ -127,7 +129,7 @@ std::size_t preferCountedSpellings(Lexicon& lexicon, const CorpusCounts& counts,
     // Only spellings of the best one's word give way: kana spellings, which
     // write any word, and kanji spellings with EDICT's glosses of the best.
     auto meaningOf = [&](std::string_view spelling) -> std::optional<uint32_t> {
-      if (auto lemma = lemmas.of(spelling, group.first, group.second))
+      if (auto lemma = lemmas->of(spelling, group.first, group.second))
         if (auto it = edict->find(*lemma); it != edict->end()) return it->second.meaning;
       return std::nullopt;
     };
