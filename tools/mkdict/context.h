@@ -72,6 +72,10 @@ struct Piece {
 };
 std::vector<std::string> alignReadings(const std::vector<Piece>& modelWords, const std::vector<Piece>& analysedWords);
 
+// Whether a tagged word is digits only: the analyser cuts a number in digits
+// digit by digit, where a reading typed with digits is one fall-back word.
+bool isDigitRun(std::string_view surface);
+
 struct ContextReport {
   std::size_t ownIDs = 0;       // function words given ids of their own
   std::size_t wordsCosted = 0;  // entries whose cost the counts set

@@ -90,14 +90,14 @@ std::map<std::pair<int32_t, std::string>, int32_t> addOwnIDs(Grammar& grammar, c
   return own;
 }
 
+}  // namespace
+
 bool isDigitRun(std::string_view surface) {
   const auto scalars = text::scalars(surface);
   return !scalars.empty() && std::all_of(scalars.begin(), scalars.end(), [](char32_t c) {
     return (c >= U'0' && c <= U'9') || (c >= U'０' && c <= U'９');
   });
 }
-
-}  // namespace
 
 ContextReport applyContextStatistics(Lexicon& lexicon, const TaggedText& text, const std::vector<int32_t>& newID,
                                      const ContextOptions& options,

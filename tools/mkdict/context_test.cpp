@@ -366,6 +366,35 @@ TEST(RightContextsTest, HomophonesTakeRowsOfWhatFollowsThem) {
   EXPECT_LT(g.cost(right["幹事"], 1), 1000);
 }
 
+TEST(RightContextsTest, AWordBeforeNumbersInDigitsLeansOnTheFallBackWord) {
+  // 西暦 comes before years in digits, its homophone 聖暦 before が; the
+  // converter reads typed digits as one fall-back word, so that is the
+  // follower whose cost must move.
+  Lexicon lexicon;
+  lexicon.grammar.names.assign(static_cast<std::size_t>(fallbackSymbolID) + 1, "");
+  lexicon.grammar.names[0] = "BOS/EOS,*,*,*,*,*,*";
+  lexicon.grammar.names[1] = "名詞,一般,*,*,*,*,*";
+  lexicon.grammar.names[2] = "助詞,格助詞,一般,*,*,*,が";
+  lexicon.grammar.names[3] = "名詞,数,*,*,*,*,*";
+  lexicon.grammar.names[fallbackSymbolID] = std::string(fallbackSymbolName);
+  const std::size_t n = lexicon.grammar.names.size();
+  lexicon.grammar.costs.assign(n * n, 1000);
+  lexicon.words = {{"せいれき", 1, 1, 4000, "西暦"}, {"せいれき", 1, 1, 4000, "聖暦"}, {"が", 2, 2, 100, "が"}};
+  const TaggedWord era{"せいれき", "西暦", 1}, holy{"せいれき", "聖暦", 1}, ga{"が", "が", 2}, one{"", "１", 3},
+      nine{"", "９", 3};
+  const TaggedText text = textOf({{{era, one, nine}, 30}, {{holy, ga}, 30}});
+  std::vector<int32_t> ids;
+  for (const auto& w : text.words) ids.push_back(w.id);
+  ContextOptions options;
+  options.rightIDMinimumCount = 5;
+  ASSERT_EQ(splitRightContexts(lexicon, text, ids, options), 2u);
+  const auto& g = lexicon.grammar;
+  const int32_t era_ = lexicon.words[0].rightID, holy_ = lexicon.words[1].rightID;
+  EXPECT_LT(g.cost(era_, fallbackSymbolID), g.cost(1, fallbackSymbolID));
+  EXPECT_GT(g.cost(holy_, fallbackSymbolID), g.cost(1, fallbackSymbolID));
+  EXPECT_LT(g.cost(holy_, 2), g.cost(era_, 2));
+}
+
 // 雨が降っ and 雨が振っ are the same ids to the class bigram; the run the
 // model stores and the text shows comes in as one word, in each form its
 // last spelling has, only where the words alone convert its reading otherwise.

@@ -98,6 +98,13 @@ std::size_t splitRightContexts(Lexicon& lexicon, const TaggedText& text, const s
       if (row.empty()) row.assign(n, 0);
       row[static_cast<std::size_t>(next)] += 1;
       followers[s[i]][next] += 1;
+      // Before a number in digits the converter has its fall-back word, as
+      // the connection costs count it; the digit is a number too.
+      if (i + 1 < s.size() && static_cast<std::size_t>(fallbackSymbolID) < n &&
+          isDigitRun(text.words[s[i + 1]].surface)) {
+        row[static_cast<std::size_t>(fallbackSymbolID)] += 1;
+        followers[s[i]][fallbackSymbolID] += 1;
+      }
     }
   }
   std::map<std::pair<std::string, int32_t>, ReadingWords> byReading;
