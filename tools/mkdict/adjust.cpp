@@ -79,6 +79,7 @@ bool setAdjustment(Adjustments& adjustments, std::string_view name, bool on) {
   else if (name == "edict-words") adjustments.edictWords = on;
   else if (name == "edict-common") adjustments.edictCommon = on;
   else if (name == "usually-kana") adjustments.usuallyKana = on;
+  else if (name == "katakana-pieces") adjustments.katakanaPieces = on;
   else return false;
   return true;
 }

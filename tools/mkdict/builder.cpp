@@ -152,6 +152,7 @@ BuildResult build(const BuildOptions& options, const Progress& progress) {
       const std::size_t added = splitRightContexts(lexicon, modelText->text, modelText->wordIDs, options.context);
       progress("language model: " + std::to_string(added) + " homophones with right ids of their own");
     }
+    if (options.adjustments.katakanaPieces) addKatakanaPieces(lexicon);
   }
 
   ReadingTable emoji, symbols;

@@ -190,6 +190,14 @@ as they are). Each is a general rule, deterministic, named for --without:
                      One-kanji spellings (高
                      たか, 鬱 うつ) are left alone: their kana would split
                      longer words.
+  katakana-pieces    added after everything else: every kana syllable (ぺ,
+                     ゔぁ, ー) is also a word of its katakana (ペ, ヴァ, ー):
+                     the first of a word costs 6000, on an id that connects
+                     as 名詞,固有名詞,一般 does, the others 4000 (ー 2000)
+                     on an attached id that only follows these two. A
+                     loanword or foreign name that no list has comes out in
+                     katakana (ペラスゴイ人, not ペラ|すごい|ジン) where
+                     common words do not spell its reading for less.
   --without R[,R]    switch rules off; --no-adjust switches all of them off.
 
 Other options:

@@ -212,10 +212,12 @@ struct Adjustments {
   bool edictWords = true;        // "edict-words"
   bool edictCommon = true;       // "edict-common"
   bool usuallyKana = true;       // "usually-kana"
+  bool katakanaPieces = true;    // "katakana-pieces"
 };
 inline constexpr const char* adjustmentNames[] = {"skk-order",   "katakana-variants", "proper-nouns",
                                                   "short-readings", "skk-words",      "honorific-kana",
-                                                  "rare-kanji",  "edict-words",       "edict-common", "usually-kana"};
+                                                  "rare-kanji",  "edict-words",       "edict-common", "usually-kana",
+                                                  "katakana-pieces"};
 // Whether a name is a rule's; sets it in `adjustments`.
 bool setAdjustment(Adjustments& adjustments, std::string_view name, bool on);
 
@@ -284,6 +286,26 @@ std::string connectionBytes(const Grammar& grammar);
 // "id name" for every used id.
 std::string idDefinitions(const Grammar& grammar);
 int16_t clampCost(int64_t cost);
+// The first id no word uses (not the user-word or fall-back id), named
+// `name`; the table grows by one id when there is none.
+int32_t takeUnusedID(Grammar& grammar, std::string name);
+
+// ---- Words the lists lack ------------------------------------------------
+
+// A loanword or foreign name that no list has, typed in kana, would come out
+// as a string of short, rare kanji words; instead it can come out in
+// katakana, syllable by syllable: every kana syllable is a word of its
+// katakana, the first of a word on an id that connects as a proper noun
+// (katakanaPieceBaseName) does, the rest on an attached id that follows only
+// those two. Their costs make such a word lose to any parse of common words.
+inline constexpr std::string_view katakanaPieceBaseName = "名詞,固有名詞,一般,*,*,*,*";
+struct KatakanaPieceCosts {
+  int32_t first = 6000;
+  int32_t next = 4000;
+  int32_t longVowel = 2000;  // ー: hardly ever typed but in a loanword
+};
+// Returns how many words were added (none when the grammar has no proper nouns).
+std::size_t addKatakanaPieces(Lexicon& lexicon, const KatakanaPieceCosts& costs = {});
 
 // ---- Output --------------------------------------------------------------
 

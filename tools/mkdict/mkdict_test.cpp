@@ -152,6 +152,55 @@ TEST(ConnectionTest, LayoutIsCountThenLittleEndianRows) {
   EXPECT_EQ(clampCost(-40000), INT16_MIN);
 }
 
+TEST(KatakanaPiecesTest, SyllablesSpellUnknownLoanwordsInOneClauseConnectingAsAProperNoun) {
+  Lexicon lexicon;
+  lexicon.grammar.names = {"BOS/EOS,*,*,*,*,*,*", std::string(katakanaPieceBaseName), "助詞,格助詞,一般,*,*,*,*", ""};
+  lexicon.grammar.costs = {0, 10, 20, 30, 40, 50, 60, 70, 80, 90, 100, 110, 120, 130, 140, 150};
+  const std::size_t added = addKatakanaPieces(lexicon, {6000, 4000, 2000});
+  ASSERT_EQ(added, lexicon.words.size());
+  const auto& g = lexicon.grammar;
+  ASSERT_EQ(g.size(), 5) << "the unused id 3, then one more";
+  const int32_t first = findWord(lexicon, "ペ", "ぺ")->leftID;
+  EXPECT_EQ(g.names[static_cast<std::size_t>(first)].rfind("名詞,固有名詞,一般,", 0), 0u);
+  int32_t next = -1;
+  for (const auto& w : lexicon.words) {
+    EXPECT_EQ(w.leftID, w.rightID);
+    if (w.leftID != first) next = w.leftID;
+  }
+  EXPECT_EQ(g.names[static_cast<std::size_t>(next)].rfind("名詞,非自立,", 0), 0u) << "attached: one clause";
+
+  auto entries = [&](std::string_view reading) {
+    std::vector<std::pair<std::string, int32_t>> out;
+    for (const auto& w : lexicon.words)
+      if (w.reading == reading) out.emplace_back(w.surface + (w.leftID == first ? " first" : " next"), w.cost);
+    std::sort(out.begin(), out.end());
+    return out;
+  };
+  using P = std::pair<std::string, int32_t>;
+  EXPECT_THAT(entries("ゔぁ"), ElementsAre(P{"ヴァ first", 6000}, P{"ヴァ next", 4000}));
+  EXPECT_THAT(entries("きゅ"), ElementsAre(P{"キュ first", 6000}, P{"キュ next", 4000}));
+  for (const char* inside : {"ぁ", "っ", "ん"}) EXPECT_EQ(entries(inside).size(), 1u) << inside << " never begins a word";
+  EXPECT_THAT(entries("ー"), ElementsAre(P{"ー next", 2000}));
+  EXPECT_TRUE(entries("んぁ").empty());
+
+  for (int32_t b : {0, 1, 2}) {
+    EXPECT_EQ(g.cost(b, first), g.cost(b, 1)) << b;
+    EXPECT_EQ(g.cost(first, b), g.cost(1, b)) << b;
+    EXPECT_EQ(g.cost(next, b), g.cost(1, b)) << b;
+    EXPECT_EQ(g.cost(b, next), INT16_MAX) << "a piece follows only pieces";
+  }
+  EXPECT_EQ(g.cost(first, next), 0);
+  EXPECT_EQ(g.cost(next, next), 0);
+  EXPECT_EQ(g.cost(2, 0), 80) << "the old costs stay where they were";
+  EXPECT_EQ(g.cost(1, 2), 60);
+
+  Lexicon without;
+  without.grammar.names = {"BOS/EOS,*,*,*,*,*,*", "名詞,一般,*,*,*,*,*"};
+  without.grammar.costs = {0, 1, 2, 3};
+  EXPECT_EQ(addKatakanaPieces(without), 0u);
+  EXPECT_EQ(without.grammar.size(), 2);
+}
+
 TEST(WordListTest, SortsWholeLinesByUnsignedBytesAndDropsRepeats) {
   const std::vector<WordEntry> words = {
       {"かなa", 1, 1, 10, "X"}, {"かな", 2, 2, 5, "仮名"}, {"か", 1, 1, 3, "蚊"},
