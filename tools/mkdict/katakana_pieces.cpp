@@ -40,12 +40,13 @@ std::size_t addKatakanaPieces(Lexicon& lexicon, const KatakanaPieceCosts& costs)
   const auto base = std::find(grammar.names.begin(), grammar.names.end(), katakanaPieceBaseName);
   if (base == grammar.names.end()) return 0;
   const auto p = static_cast<std::size_t>(base - grammar.names.begin());
-  const auto first = static_cast<std::size_t>(takeUnusedID(grammar, "名詞,固有名詞,一般,*,*,*,片仮名頭"));
+  const auto first = static_cast<std::size_t>(
+      takeUnusedID(grammar, std::string(katakanaPieceBaseName.substr(0, katakanaPieceBaseName.rfind(',') + 1)) + "片仮名頭"));
   // Attached, so that the pieces after the first stay in its clause.
   const auto next = static_cast<std::size_t>(takeUnusedID(grammar, "名詞,非自立,一般,*,*,*,片仮名続"));
   const std::size_t n = grammar.names.size();
   auto cost = [&](std::size_t a, std::size_t b) -> int16_t& { return grammar.costs[a * n + b]; };
-  // The word as a whole connects as a proper noun does; its pieces follow
+  // The word as a whole connects as a place name does; its pieces follow
   // one another freely and nothing else.
   for (std::size_t b = 0; b < n; ++b) {
     cost(first, b) = cost(p, b);

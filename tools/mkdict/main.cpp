@@ -193,7 +193,8 @@ as they are). Each is a general rule, deterministic, named for --without:
   katakana-pieces    added after everything else: every kana syllable (ぺ,
                      ゔぁ, ー) is also a word of its katakana (ペ, ヴァ, ー):
                      the first of a word costs 6000, on an id that connects
-                     as 名詞,固有名詞,一般 does, the others 4000 (ー 2000)
+                     as 名詞,固有名詞,地域,一般 does (most such words are
+                     names of places and peoples), the others 4000 (ー 2000)
                      on an attached id that only follows these two. A
                      loanword or foreign name that no list has comes out in
                      katakana (ペラスゴイ人, not ペラ|すごい|ジン) where

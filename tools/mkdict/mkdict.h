@@ -295,10 +295,12 @@ int32_t takeUnusedID(Grammar& grammar, std::string name);
 // A loanword or foreign name that no list has, typed in kana, would come out
 // as a string of short, rare kanji words; instead it can come out in
 // katakana, syllable by syllable: every kana syllable is a word of its
-// katakana, the first of a word on an id that connects as a proper noun
-// (katakanaPieceBaseName) does, the rest on an attached id that follows only
-// those two. Their costs make such a word lose to any parse of common words.
-inline constexpr std::string_view katakanaPieceBaseName = "名詞,固有名詞,一般,*,*,*,*";
+// katakana, the first of a word on an id that connects as a place name
+// (katakanaPieceBaseName: most such words are names of places and peoples,
+// followed by 人, 語, 島, 州 or a particle) does, the rest on an attached id
+// that follows only those two. Their costs make such a word lose to any parse
+// of common words.
+inline constexpr std::string_view katakanaPieceBaseName = "名詞,固有名詞,地域,一般,*,*,*";
 struct KatakanaPieceCosts {
   int32_t first = 6000;
   int32_t next = 4000;
