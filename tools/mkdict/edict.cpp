@@ -91,6 +91,7 @@ EdictDictionary readEDICT(const fs::path& file, Diagnostics& diagnostics) {
     const auto tags = firstSenseTags(senses);
     entry.kind = kindOf(tags);
     entry.usuallyKana = std::find(tags.begin(), tags.end(), "uk") != tags.end();
+    entry.kana = std::string(reading);
     // A variant spelling may lack the common mark its main one has.
     std::string glosses(senses.ends_with("/(P)") ? senses.substr(0, senses.size() - 4) : senses);
     entry.meaning = meanings.try_emplace(std::move(glosses), static_cast<uint32_t>(meanings.size() + 1)).first->second;
@@ -130,7 +131,7 @@ void addEdictWords(Lexicon& lexicon, const EdictDictionary& edict) {
     const int32_t cost = entry.common ? edictCommonWordCost : edictWordCost;
     if (entry.usuallyKana && hasHan(surface)) {
       // Offered in kanji, written in kana.
-      add(reading, id, cost, reading);
+      add(reading, id, cost, entry.kana);
       add(reading, id, cost + edictUsuallyKanaPenalty, surface);
     } else {
       add(reading, id, cost, surface);
@@ -190,24 +191,27 @@ void preferUsualKanaSpellings(Lexicon& lexicon, const EdictDictionary& edict, in
       if (hasHan(w.surface) && (!cheapest || w.cost < cheapest->cost)) cheapest = &w;
     }
     if (!cheapest || text::characterCount(cheapest->surface) < 2) continue;
+    std::string kana = cheapest->reading;
     if (!inflects(names[cheapest->leftID])) {
       // Matched whole: 事もなげ is not 事.
       auto it = edict.find(std::pair{cheapest->surface, cheapest->reading});
       if (it == edict.end() || !it->second.common || !it->second.usuallyKana) continue;
+      kana = it->second.kana;
     } else {
       const auto key = stemKey(cheapest->reading, cheapest->surface);
       if (!key) continue;
       if (auto it = usuallyKana.find(*key); it == usuallyKana.end() || !it->second) continue;
     }
-    const int32_t target = cheapest->cost - hiraganaCharge - usuallyKanaMargin;
+    const int32_t charge = kana == cheapest->reading ? hiraganaCharge : katakanaCharge;
+    const int32_t target = cheapest->cost - charge - usuallyKanaMargin;
     bool hasKana = false;
     for (std::size_t i : indices) {
       auto& w = lexicon.words[i];
-      if (w.surface != w.reading) continue;
+      if (w.surface != kana) continue;
       hasKana = true;
       w.cost = std::min(w.cost, target);
     }
-    if (!hasKana) added.push_back({cheapest->reading, cheapest->leftID, cheapest->rightID, target, cheapest->reading});
+    if (!hasKana) added.push_back({cheapest->reading, cheapest->leftID, cheapest->rightID, target, kana});
   }
   lexicon.words.insert(lexicon.words.end(), added.begin(), added.end());
 }

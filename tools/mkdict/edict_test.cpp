@@ -57,6 +57,7 @@ TEST(EdictTest, ReadsHowEachHeadwordIsUsedAndWhetherItIsCommon) {
            Case{"サブスク", "さぶすく", Kind::noun, false, false},
            // Listed twice: common if either line says so.
            Case{"笑顔", "えがお", Kind::noun, true, false},
+           Case{"錫蘭", "せいろん", Kind::noun, false, true},
        }) {
     auto it = edict.find(std::pair<std::string, std::string>{c.surface, c.reading});
     ASSERT_NE(it, edict.end()) << c.surface;
@@ -66,7 +67,10 @@ TEST(EdictTest, ReadsHowEachHeadwordIsUsedAndWhetherItIsCommon) {
   }
   // The file's header and headwords with no kana reading are no words; a
   // broken line and an unclosed reading are counted.
-  EXPECT_EQ(edict.size(), 20u);
+  EXPECT_EQ(edict.size(), 22u);
+  // Written in kana, a loanword is written in katakana.
+  EXPECT_EQ(edict.at(std::pair<std::string, std::string>{"錫蘭", "せいろん"}).kana, "セイロン");
+  EXPECT_EQ(edict.at(std::pair<std::string, std::string>{"綺麗", "きれい"}).kana, "きれい");
   // Spellings of one word share its glosses, whichever line is marked common.
   auto meaning = [&](const char* surface, const char* reading) {
     return edict.at(std::pair<std::string, std::string>{surface, reading}).meaning;
@@ -85,6 +89,8 @@ TEST(EdictTest, MissingNounsAreAddedUsuallyKanaWordsInKana) {
   addEdictWords(lexicon, fixtureEDICT(diagnostics));
   // Not added: 漢字 (known), 歯 (one kana), 思う and 見る (verbs), 床しい.
   EXPECT_EQ(wordLines(lexicon.words, "ut-edict.tsv"),
+            "いるか\t1851\t1851\t5000\tイルカ\n"
+            "いるか\t1851\t1851\t7000\t海豚\n"
             "うつ\t1851\t1851\t5000\tうつ\n"
             "うつ\t1851\t1851\t7000\t鬱\n"
             "えがお\t1851\t1851\t5000\t笑顔\n"
@@ -93,7 +99,9 @@ TEST(EdictTest, MissingNounsAreAddedUsuallyKanaWordsInKana) {
             "かんじ\t9\t9\t7000\t監事\n"
             "きれい\t10\t10\t5000\tきれい\n"
             "きれい\t10\t10\t7000\t綺麗\n"
-            "さぶすく\t1851\t1851\t7000\tサブスク\n");
+            "さぶすく\t1851\t1851\t7000\tサブスク\n"
+            "せいろん\t1851\t1851\t7000\tセイロン\n"
+            "せいろん\t1851\t1851\t9000\t錫蘭\n");
 }
 
 TEST(EdictTest, OtherSpellingsOfAReadingWithACommonOneCostMore) {
@@ -130,14 +138,18 @@ TEST(EdictTest, WordsUsuallyWrittenInKanaWinInHiragana) {
       {"うつ", U, U, 6000, "鬱"}, {"うつ", U, U, 9000, "うつ"},
       {"はしゃい", godan, godan, 7000, "燥い"}, {"はしゃい", godan, godan, 9000, "はしゃい"},
       {"もらっ", particle, particle, 7000, "貰っ"}, {"もらっ", particle, particle, 8000, "もらっ"},
+      // Written in katakana, which the converter charges 500.
+      {"いるか", U, U, 6000, "海豚"},
   });
   preferUsualKanaSpellings(lexicon, fixtureEDICT(diagnostics), 600);
   const int32_t expected[] = {7000, 6200, 6500, 5000, 3000, 5000, 7000, 8000, 5000, 8000,
-                              6000, 9000, 6000, 9000, 7000, 9000, 7000, 8000};
-  ASSERT_EQ(lexicon.words.size(), std::size(expected) + 1);
+                              6000, 9000, 6000, 9000, 7000, 9000, 7000, 8000, 6000};
+  ASSERT_EQ(lexicon.words.size(), std::size(expected) + 2);
   for (std::size_t i = 0; i < std::size(expected); ++i)
     EXPECT_EQ(lexicon.words[i].cost, expected[i]) << lexicon.words[i].surface << " " << i;
-  EXPECT_EQ(wordLines({lexicon.words.back()}), "もらえ\t11\t11\t5700\tもらえ\n");
+  EXPECT_EQ(wordLines({lexicon.words.end() - 2, lexicon.words.end()}),
+            "いるか\t1851\t1851\t5300\tイルカ\n"
+            "もらえ\t11\t11\t5700\tもらえ\n");
 }
 
 TEST(EdictTest, BuildCreditsEDICTAndKeepsItsWordsApartOnRequest) {

@@ -160,6 +160,9 @@ struct EdictEntry {
   bool common = false;
   // The first sense is marked (uk): usually written in kana alone.
   bool usuallyKana = false;
+  // The reading as EDICT writes it: in katakana for a loanword or the name
+  // of a plant or animal (錫蘭 セイロン, 海豚 イルカ), how it is written then.
+  std::string kana;
   // Spellings of one word share their glosses, one line each in EDICT:
   // equal numbers here, homophones differ (分かる and 判る; 秋 and 空き).
   uint32_t meaning = 0;
