@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <functional>
 #include <set>
 #include <tuple>
 #include <unordered_map>
@@ -53,6 +54,48 @@ bool hasHan(std::string_view s) {
   for (char32_t c : text::scalars(s))
     if (isHanScalar(c)) return true;
   return false;
+}
+
+std::optional<std::vector<std::u32string>> kanjiReadings(std::string_view reading, std::string_view surface) {
+  const std::u32string r = text::scalars(reading);
+  // The surface as runs of kanji and single kana (in hiragana, ー as itself).
+  struct Piece {
+    bool kanji;
+    char32_t kana;
+  };
+  std::vector<Piece> pieces;
+  for (char32_t c : text::scalars(surface)) {
+    // ケ and ヵ count as kanji: 青ケ島 あおがしま, 一ヵ月 いっかげつ.
+    if (isHanScalar(c) || c == U'ケ' || c == U'ヵ') {
+      if (pieces.empty() || !pieces.back().kanji) pieces.push_back({true, 0});
+    } else if (isHiraganaScalar(c) || isKatakanaScalar(c)) {
+      pieces.push_back({false, c >= 0x30A1 && c <= 0x30F6 ? c - 0x60 : c});
+    } else {
+      return std::nullopt;
+    }
+  }
+  std::vector<std::u32string> out(pieces.size());
+  // Each run of kanji reads as one kana or more, the shortest first.
+  std::function<bool(std::size_t, std::size_t)> match = [&](std::size_t k, std::size_t at) {
+    if (k == pieces.size()) return at == r.size();
+    if (!pieces[k].kanji) return at < r.size() && r[at] == pieces[k].kana && match(k + 1, at + 1);
+    for (std::size_t end = at + 1; end <= r.size(); ++end) {
+      out[k] = r.substr(at, end - at);
+      if (match(k + 1, end)) return true;
+    }
+    return false;
+  };
+  if (!match(0, 0)) return std::nullopt;
+  std::vector<std::u32string> kanji;
+  for (std::size_t k = 0; k < pieces.size(); ++k)
+    if (pieces[k].kanji) kanji.push_back(std::move(out[k]));
+  return kanji;
+}
+
+bool readAsLoanword(std::string_view reading, std::string_view surface) {
+  const auto readings = kanjiReadings(reading, surface);
+  return readings && std::any_of(readings->begin(), readings->end(),
+                                 [](const std::u32string& part) { return part.find(U'ー') != std::u32string::npos; });
 }
 
 bool allKatakana(std::string_view s) {
@@ -235,6 +278,8 @@ void addSKKWords(Lexicon& lexicon, const SKKDictionary& skk) {
       });
       if (!wordLike || !hasHan(surface) || std::find(surfaces.begin(), surfaces.end(), surface) != surfaces.end())
         continue;
+      // Company names come with 株式会社 that their reading leaves out.
+      if (!kanjiReadings(reading, surface)) continue;
       const int32_t lengthCredit = skkWordLengthCredit * static_cast<int32_t>(r.size() - skkWordMinimumReading);
       added.push_back({reading, userWordID, userWordID,
                        std::max(base - skkWordFloorBelow, base - lengthCredit) +
@@ -251,13 +296,15 @@ void penalizeKatakanaVariants(Lexicon& lexicon) {
   // their katakana twins (ン, ネ, クン) are for effect, not everyday writing.
   std::set<std::tuple<std::string_view, int32_t, int32_t>> kanaFunctionWords;
   for (const auto& word : lexicon.words) {
-    if (hasHan(word.surface)) hasKanjiSpelling[word.reading] = true;
+    if (hasHan(word.surface) && !readAsLoanword(word.reading, word.surface)) hasKanjiSpelling[word.reading] = true;
     if (word.surface == word.reading && !isContentWord(lexicon.grammar.names[word.leftID]))
       kanaFunctionWords.emplace(word.reading, word.leftID, word.rightID);
   }
+  // A loanword's borrowed kanji are the variant (高加索 beside コーカサス).
   for (auto& word : lexicon.words)
-    if (allKatakana(word.surface) &&
-        (hasKanjiSpelling.count(word.reading) || kanaFunctionWords.count({word.reading, word.leftID, word.rightID})))
+    if ((allKatakana(word.surface) && (hasKanjiSpelling.count(word.reading) ||
+                                       kanaFunctionWords.count({word.reading, word.leftID, word.rightID}))) ||
+        readAsLoanword(word.reading, word.surface))
       word.cost += guessedChange(word, katakanaVariantPenalty);
 }
 

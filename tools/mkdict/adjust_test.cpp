@@ -54,7 +54,7 @@ TEST(SKKTest, ReadsCandidatesWithoutAnnotationsOrPrograms) {
   EXPECT_THAT(skk.at("おもu"), ElementsAre("思", "想"));
   EXPECT_THAT(skk.at("あと"), ElementsAre("後", "跡"));
   EXPECT_THAT(skk.at("じょしこうせい"), ElementsAre("女子高生", "JK"));
-  EXPECT_EQ(skk.size(), 9u);
+  EXPECT_EQ(skk.size(), 10u);
   EXPECT_EQ(diagnostics.count(), 1u);
   EXPECT_THAT([&] { readSKK("/nonexistent/SKK-JISYO.L", diagnostics); },
               ::testing::ThrowsMessage<SourceError>(HasSubstr("skkdic")));
@@ -133,6 +133,8 @@ TEST(CostRulesTest, EachRuleTouchesOnlyItsWords) {
   for (const Case& c : {
            Case{"katakana-variants", {"ひと", U, U, 4000, "ヒト"}, 2000}, Case{"katakana-variants", {"ー", U, U, 4000, "ー"}, 0},
            Case{"katakana-variants", {"べっど", U, U, 4000, "ベッド"}, 0},
+           Case{"katakana-variants", {"こーひー", U, U, 6000, "珈琲"}, 2000},
+           Case{"katakana-variants", {"えんまーく", U, U, 6000, "円マーク"}, 0},
            Case{"proper-nouns", {"あと", 2, 2, 9000, "阿戸"}, 1000}, Case{"proper-nouns", {"あと", U, U, 9000, "跡"}, 0},
            Case{"proper-nouns", {"にほん", 9, 9, 8000, "日本"}, 0},
            Case{"short-readings", {"い", U, U, 6000, "胃"}, 1500}, Case{"short-readings", {"こ", 4, 4, 6000, "個"}, 0},
@@ -158,6 +160,28 @@ TEST(CostRulesTest, EachRuleTouchesOnlyItsWords) {
   }
   Adjustments unknown;
   EXPECT_FALSE(setAdjustment(unknown, "no-such-rule", false));
+}
+
+TEST(CostRulesTest, KanjiReadingsTellLoanwordsInBorrowedKanjiAndSurfacesTheReadingLeavesOut) {
+  using R = std::vector<std::u32string>;
+  EXPECT_EQ(kanjiReadings("とりあつかい", "取り扱い"), (R{U"と", U"あつか"}));
+  EXPECT_EQ(kanjiReadings("えんまーく", "円マーク"), (R{U"えん"}));
+  EXPECT_EQ(kanjiReadings("あおがしま", "青ケ島"), (R{U"あおがしま"}));
+  EXPECT_EQ(kanjiReadings("こーかさす", "高加索"), (R{U"こーかさす"}));
+  EXPECT_EQ(kanjiReadings("あいこむ", "アイコム株式会社"), std::nullopt);
+  EXPECT_EQ(kanjiReadings("じ", "漢じ"), std::nullopt) << "every kanji reads as one kana or more";
+  EXPECT_EQ(kanjiReadings("えーびーしー", "ABC"), std::nullopt);
+  EXPECT_TRUE(readAsLoanword("こーかさす", "高加索"));
+  EXPECT_FALSE(readAsLoanword("えんまーく", "円マーク"));
+
+  // The borrowed kanji are the variant, not the loanword's katakana.
+  Adjustments only;
+  for (auto name : adjustmentNames) setAdjustment(only, name, false);
+  setAdjustment(only, "katakana-variants", true);
+  Lexicon lexicon = lexiconOf({{"こーかさす", U, U, 6200, "高加索"}, {"こーかさす", U, U, 7000, "コーカサス"}});
+  applyAdjustments(lexicon, only, nullptr);
+  EXPECT_EQ(costOf(lexicon, "高加索"), 8200);
+  EXPECT_EQ(costOf(lexicon, "コーカサス"), 7000);
 }
 
 TEST(CostRulesTest, FunctionWordsSpelledInKatakanaCostMore) {

@@ -123,7 +123,8 @@ void addEdictWords(Lexicon& lexicon, const EdictDictionary& edict) {
     if (entry.kind == EdictEntry::Kind::other || text::characterCount(reading) < 2) continue;
     const auto s = text::scalars(surface);
     if (!std::all_of(s.begin(), s.end(),
-                     [](char32_t c) { return isHanScalar(c) || isHiraganaScalar(c) || isKatakanaScalar(c); }))
+                     [](char32_t c) { return isHanScalar(c) || isHiraganaScalar(c) || isKatakanaScalar(c); }) ||
+        !kanjiReadings(reading, surface))
       continue;
     const int32_t id = entry.kind == EdictEntry::Kind::verbalNoun       ? verbalNoun
                        : entry.kind == EdictEntry::Kind::adjectivalNoun ? adjectivalNoun

@@ -137,13 +137,16 @@ Sources (each optional; at least one must give words):
 Cost rules (applied to IPADIC's words; Mozc's costs are used
 as they are). Each is a general rule, deterministic, named for --without:
   edict-words        EDICT's nouns missing from IPADIC (readings of 2 kana or
-                     more, surfaces of kanji and kana, first sense a noun,
-                     verbal noun or adjectival noun) are added under those
-                     parts of speech, cost 5000 when EDICT marks them common
-                     (P), else 7000; a word usually written in kana (uk)
-                     comes in kana, its kanji spelling 2000 more.
+                     more, surfaces of kanji and kana that the reading
+                     spells, first sense a noun, verbal noun or adjectival
+                     noun) are added under those parts of speech, cost 5000
+                     when EDICT marks them common (P), else 7000; a word
+                     usually written in kana (uk) comes in kana, its kanji
+                     spelling 2000 more: in the kana EDICT writes it in
+                     (イルカ, not いるか, for 海豚).
   skk-words          SKK's words missing from IPADIC (readings of 3 kana or
-                     more, surfaces of kanji and kana) are added as common
+                     more, surfaces of kanji and kana that the reading
+                     spells: not アイコム株式会社 for あいこむ) are added as common
                      nouns (id 1851), at the cost of the middle common
                      noun of the list (C) less 400 a kana past the third
                      (at least C - 1500), plus 300 a SKK rank: SKK says
@@ -164,7 +167,9 @@ as they are). Each is a general rule, deterministic, named for --without:
                      a kanji spelling (ヒト, コト, サル beside 人, 事, 猿), or
                      that is a function word with a hiragana spelling under
                      the same ids (ン, ネ beside ん, ね); loanwords keep
-                     their cost.
+                     their cost. A loanword's borrowed kanji, kanji read
+                     with the long-vowel mark (高加索 こーかさす, 珈琲
+                     こーひー), are the variant instead: +2000 for them.
   proper-nouns       +1000 for 名詞,固有名詞 (IPADIC's many rare names and
                      places), country names (地域,国: 日本, 中国) excepted.
   short-readings     +1500 for kanji words read with one kana (胃 い, 派 は),

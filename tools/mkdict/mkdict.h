@@ -268,6 +268,13 @@ bool isHiraganaScalar(char32_t c);
 bool isKatakanaScalar(char32_t c);
 bool isHanScalar(char32_t c);
 bool hasHan(std::string_view s);
+// What the kanji of a surface of kanji and kana read: the part of the reading
+// each run of kanji takes, each kana standing for itself; nothing when the
+// reading cannot spell the surface so (株式会社アイチ read あいち).
+std::optional<std::vector<std::u32string>> kanjiReadings(std::string_view reading, std::string_view surface);
+// Kanji read with the long-vowel mark, which only loanwords have: a spelling
+// of a loanword in borrowed kanji (高加索 こーかさす, 珈琲 こーひー).
+bool readAsLoanword(std::string_view reading, std::string_view surface);
 bool allKatakana(std::string_view s);
 // As the converter tells a content word written all in hiragana.
 bool allHiragana(std::string_view s);
