@@ -426,6 +426,34 @@ void penalizeRareKanji(Lexicon& lexicon) {
   }
 }
 
+void addTypedDigitSpellings(Lexicon& lexicon) {
+  std::vector<WordEntry> added;
+  for (const auto& word : lexicon.words) {
+    const std::u32string s = text::scalars(word.surface), r = text::scalars(word.reading);
+    std::size_t digits = 0;
+    while (digits < s.size() && s[digits] >= U'０' && s[digits] <= U'９') ++digits;
+    if (digits == 0 || digits == s.size()) continue;
+    // The rest in kana, read as written: the digits read as what is left.
+    std::u32string tail;
+    for (std::size_t k = digits; k < s.size(); ++k) {
+      const char32_t c = s[k];
+      if (!isHiraganaScalar(c) && !isKatakanaScalar(c)) {
+        tail.clear();
+        break;
+      }
+      tail += c >= 0x30A1 && c <= 0x30F6 ? c - 0x60 : c;
+    }
+    if (tail.empty() || r.size() <= tail.size() || r.substr(r.size() - tail.size()) != tail) continue;
+    std::u32string typed;
+    for (std::size_t k = 0; k < digits; ++k) typed += s[k] - U'０' + U'0';
+    WordEntry twin = word;
+    twin.reading = text::fromScalars(typed + tail);
+    twin.surface = text::fromScalars(typed + s.substr(digits));
+    added.push_back(std::move(twin));
+  }
+  lexicon.words.insert(lexicon.words.end(), added.begin(), added.end());
+}
+
 void applyAdjustments(Lexicon& lexicon, const Adjustments& adjustments, const SKKDictionary* skk,
                       const EdictDictionary* edict) {
   // EDICT's words first: it tells their part of speech, SKK does not.

@@ -184,6 +184,18 @@ TEST(CostRulesTest, KanjiReadingsTellLoanwordsInBorrowedKanjiAndSurfacesTheReadi
   EXPECT_EQ(costOf(lexicon, "コーカサス"), 7000);
 }
 
+TEST(CostRulesTest, WordsWrittenWithDigitsCanBeTypedWithThem) {
+  Lexicon lexicon = lexiconOf({{"ひとつ", U, U, 7000, "１つ"},
+                               {"はちみり", U, U, 7100, "８ミリ"},
+                               // The digits' reading is not to be told from the kanji's.
+                               {"さんがつ", U, U, 3000, "３月"},
+                               {"いち", U, U, 3000, "１"},
+                               {"とお", U, U, 3000, "１０つ"}});
+  addTypedDigitSpellings(lexicon);
+  lexicon.words.erase(lexicon.words.begin(), lexicon.words.begin() + 5);
+  EXPECT_EQ(wordLines(lexicon.words), "1つ\t1851\t1851\t7000\t1つ\n8みり\t1851\t1851\t7100\t8ミリ\n");
+}
+
 TEST(CostRulesTest, FunctionWordsSpelledInKatakanaCostMore) {
   Lexicon lexicon = lexiconOf({{"ん", 8, 8, 5800, "ん"}, {"ん", 8, 8, 4800, "ン"}, {"ん", U, U, 6000, "ン"},
                                {"ね", 1, 1, 4000, "ネ"}});

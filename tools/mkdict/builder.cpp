@@ -134,6 +134,7 @@ BuildResult build(const BuildOptions& options, const Progress& progress) {
     }
     progress("adjusting costs");
     applyAdjustments(lexicon, options.adjustments, skk ? &*skk : nullptr, edict ? &*edict : nullptr);
+    addTypedDigitSpellings(lexicon);
     if (options.corpus) {
       progress("corpus: preferred spellings");
       const std::size_t changed = preferCountedSpellings(lexicon, readCorpusCounts(*options.corpus, diagnostics), edict ? &*edict : nullptr);

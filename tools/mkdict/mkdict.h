@@ -281,6 +281,10 @@ bool allHiragana(std::string_view s);
 bool isContentWord(std::string_view partOfSpeech);
 // Verbs and adjectives: their part-of-speech name has a conjugation type.
 bool inflects(std::string_view partOfSpeech);
+// A word written with digits and kana (１つ ひとつ, ８ミリ はちみり) can be
+// typed with its digits too (1つ, 8みり), as the converter reads typed digits:
+// a twin spelled with those digits, on the same ids at the same cost.
+void addTypedDigitSpellings(Lexicon& lexicon);
 void applyAdjustments(Lexicon& lexicon, const Adjustments& adjustments, const SKKDictionary* skk,
                       const EdictDictionary* edict = nullptr);
 
