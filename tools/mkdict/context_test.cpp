@@ -452,5 +452,32 @@ TEST(PhrasesTest, RunsTheWordsAloneMisconvertBecomeWords) {
   }
 }
 
+// A noun suffix after a name is as much a word of the run as the name
+// (フランス領, not 量); one that any person's name takes (氏, さん) is not.
+TEST(PhrasesTest, ANameAndItsSuffixMakeARunUnlessTheSuffixIsAPersons) {
+  for (const bool person : {false, true}) {
+    SCOPED_TRACE(person ? "person" : "place");
+    orvane::testing::TempDir dir;
+    const std::string name = person ? "ながお/長尾" : "ふらんす/フランス", suffix = person ? "し/氏" : "りょう/領";
+    ModelFixture fixture(dir.path(), {{"<s>", {-1, 0}}, {"</s>", {-1, 0}}, {name, {-3, 0}}, {suffix, {-3, 0}}},
+                         {{{name, suffix}, {-0.5, 0}}}, {});
+    const LanguageModel model = LanguageModel::load(dir.path());
+    Lexicon lexicon;
+    lexicon.grammar.names = {"BOS/EOS,*,*,*,*,*,*",
+                             person ? "名詞,固有名詞,人名,姓,*,*,*" : "名詞,固有名詞,地域,国,*,*,*",
+                             person ? "名詞,接尾,人名,*,*,*,*" : "名詞,接尾,一般,*,*,*,*"};
+    lexicon.grammar.costs.assign(9, 0);
+    const std::string nameReading = person ? "ながお" : "ふらんす", nameSurface = person ? "長尾" : "フランス";
+    const std::string suffixReading = person ? "し" : "りょう", suffixSurface = person ? "氏" : "領";
+    lexicon.words = {{nameReading, 1, 1, 1000, nameSurface},
+                     {suffixReading, 2, 2, 3000, suffixSurface},
+                     {suffixReading, 2, 2, 2000, person ? "詩" : "量"}};
+    const TaggedText text =
+        textOf({{{{nameReading, nameSurface, 1}, {suffixReading, suffixSurface, 2}}, 3}});
+    EXPECT_EQ(addPhrases(lexicon, model, text, {1, 2}), person ? 0u : 1u);
+    if (!person) EXPECT_EQ(lexicon.words.back().surface, "フランス領");
+  }
+}
+
 }  // namespace
 }  // namespace orvane::mkdict

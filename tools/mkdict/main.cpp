@@ -107,7 +107,8 @@ Sources (each optional; at least one must give words):
                   their own (default 100).
   --no-lm-phrases leaves out the model's runs of words added as words of
                   their own: runs of two or three words the model stores,
-                  two of them content words, costed from the text; where
+                  two of them content words or noun suffixes other than
+                  a person's (フランス領), costed from the text; where
                   the ids would spell a word of the run with a cheaper
                   homophone (雨が振っ for 雨が降っ) and the run costs less,
                   seen at least --lm-min-word times; where the run's

@@ -15,7 +15,9 @@ constexpr std::size_t longestWord = 24;      // the converter looks no further a
 
 // A run must hold two content words: a content word and the particle after
 // it (機会が, を機に) say more about the genre of the model's text than about
-// which homophone is meant, and the ids already price such pairs.
+// which homophone is meant, and the ids already price such pairs. A noun
+// suffix counts as one (フランス領, ガンビア川: which suffix a noun takes is
+// the noun's own), unless it is a person's (氏, さん), which any name takes.
 constexpr std::ptrdiff_t runContentWords = 2;
 
 // What the converter adds to a word of the lattice besides its cost.
@@ -218,7 +220,8 @@ std::size_t addPhrases(Lexicon& lexicon, const LanguageModel& model, const Tagge
                                            &lexicon.words[static_cast<std::size_t>(entry[(key >> bits) & none])]};
     if ((key & none) != none) words.push_back(&lexicon.words[static_cast<std::size_t>(entry[key & none])]);
     const auto contentWords = std::count_if(words.begin(), words.end(), [&](const WordEntry* w) {
-      return isContentWord(grammar.names[static_cast<std::size_t>(w->leftID)]);
+      const std::string_view name = grammar.names[static_cast<std::size_t>(w->leftID)];
+      return isContentWord(name) || (name.starts_with("名詞,接尾,") && !name.starts_with("名詞,接尾,人名,"));
     });
     if (contentWords < runContentWords) continue;
     WordEntry phrase;
