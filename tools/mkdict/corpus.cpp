@@ -126,6 +126,10 @@ std::size_t preferCountedSpellings(Lexicon& lexicon, const CorpusCounts& counts,
       }
     }
     if (bestCount < corpusMinimumCount || bestCount < corpusDominance * std::max<int64_t>(runnerUp, 1)) continue;
+    // Kana write every word of the reading, and the analyser finds kana words
+    // where the text has none (しま inside しまう): counted kana say nothing
+    // of which word they are, so only a kanji spelling is preferred.
+    if (allHiragana(best) || allKatakana(best)) continue;
     // Only spellings of the best one's word give way: kana spellings, which
     // write any word, and kanji spellings with EDICT's glosses of the best.
     auto meaningOf = [&](std::string_view spelling) -> std::optional<uint32_t> {
@@ -133,10 +137,9 @@ std::size_t preferCountedSpellings(Lexicon& lexicon, const CorpusCounts& counts,
         if (auto it = edict->find(*lemma); it != edict->end()) return it->second.meaning;
       return std::nullopt;
     };
-    const bool kanaBest = allHiragana(best) || allKatakana(best);
-    const auto bestMeaning = edict && !kanaBest ? meaningOf(best) : std::nullopt;
+    const auto bestMeaning = edict ? meaningOf(best) : std::nullopt;
     auto sameWord = [&](std::string_view spelling) {
-      if (!edict || kanaBest || allHiragana(spelling) || allKatakana(spelling)) return true;
+      if (!edict || allHiragana(spelling) || allKatakana(spelling)) return true;
       return bestMeaning && meaningOf(spelling) == bestMeaning;
     };
     int32_t cheapestOther = INT32_MAX;

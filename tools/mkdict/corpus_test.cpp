@@ -39,27 +39,32 @@ TEST(CorpusCounts, ReadsCountsAndReportsMalformedLines) {
 TEST(CorpusCounts, TheUsualSpellingOfAWordBecomesItsCheapest) {
   auto l = lexiconOf({
       {"だめ", 1, 1, 5000, "駄目"},
-      {"だめ", 1, 1, 6000, "だめ"},
+      {"だめ", 1, 1, 4000, "だめ"},
       {"だめ", 1, 1, 5500, "ダメ"},
       // Another kind of word under the same reading is not a spelling of it.
       {"だめ", 2, 2, 3000, "駄馬"},
       // Preferred, but not by enough: nothing changes.
       {"やっ", 3, 3, 4000, "遣っ"},
       {"やっ", 3, 3, 4200, "やっ"},
+      // Kana write every word of a reading: counted, they prefer none.
+      {"しま", 2, 2, 3000, "島"},
+      {"しま", 2, 2, 3500, "しま"},
   });
   CorpusCounts counts{
-      {"だめ\tダメ\t名詞,形容動詞語幹,*,*,*,*", 40},
-      {"駄目\tダメ\t名詞,形容動詞語幹,*,*,*,*", 5},
+      {"駄目\tダメ\t名詞,形容動詞語幹,*,*,*,*", 40},
+      {"だめ\tダメ\t名詞,形容動詞語幹,*,*,*,*", 5},
       {"駄馬\tダメ\t名詞,一般,*,*,*,*", 1000},
-      {"やっ\tヤッ\t動詞,自立,*,*,五段・ラ行,連用タ接続", 11},
-      {"遣っ\tヤッ\t動詞,自立,*,*,五段・ラ行,連用タ接続", 4},
+      {"遣っ\tヤッ\t動詞,自立,*,*,五段・ラ行,連用タ接続", 11},
+      {"やっ\tヤッ\t動詞,自立,*,*,五段・ラ行,連用タ接続", 4},
+      {"しま\tシマ\t名詞,一般,*,*,*,*", 100},
   };
   EXPECT_EQ(preferCountedSpellings(l, counts), 1u);
-  EXPECT_EQ(costOf(l, "だめ", 1), 5000 - corpusMargin);
-  EXPECT_EQ(costOf(l, "駄目", 1), 5000);
+  EXPECT_EQ(costOf(l, "駄目", 1), 4000 - corpusMargin);
+  EXPECT_EQ(costOf(l, "だめ", 1), 4000);
   EXPECT_EQ(costOf(l, "ダメ", 1), 5500);
   EXPECT_EQ(costOf(l, "駄馬", 2), 3000);
-  EXPECT_EQ(costOf(l, "やっ", 3), 4200);
+  EXPECT_EQ(costOf(l, "遣っ", 3), 4000);
+  EXPECT_EQ(costOf(l, "しま", 2), 3500);
 }
 
 TEST(CorpusCounts, AHomophoneIsNoSpellingOfTheWord) {
@@ -104,18 +109,18 @@ TEST(CorpusCounts, AHomophoneIsNoSpellingOfTheWord) {
 
 TEST(CorpusCounts, RareOrAlreadyCheapSpellingsAreLeftAlone) {
   auto l = lexiconOf({
-      {"だめ", 1, 1, 5000, "駄目"},
-      {"だめ", 1, 1, 3000, "だめ"},
-      {"ここ", 2, 2, 5000, "此処"},
-      {"ここ", 2, 2, 5600, "ここ"},
+      {"だめ", 1, 1, 3000, "駄目"},
+      {"だめ", 1, 1, 5000, "だめ"},
+      {"ここ", 2, 2, 5600, "此処"},
+      {"ここ", 2, 2, 5000, "ここ"},
   });
   CorpusCounts counts{
-      {"だめ\tダメ\t名詞,形容動詞語幹,*,*,*,*", 40},
-      {"ここ\tココ\t名詞,一般,*,*,*,*", corpusMinimumCount - 1},
+      {"駄目\tダメ\t名詞,形容動詞語幹,*,*,*,*", 40},
+      {"此処\tココ\t名詞,一般,*,*,*,*", corpusMinimumCount - 1},
   };
   EXPECT_EQ(preferCountedSpellings(l, counts), 0u);
-  EXPECT_EQ(costOf(l, "だめ", 1), 3000);
-  EXPECT_EQ(costOf(l, "ここ", 2), 5600);
+  EXPECT_EQ(costOf(l, "駄目", 1), 3000);
+  EXPECT_EQ(costOf(l, "此処", 2), 5600);
 }
 
 }  // namespace

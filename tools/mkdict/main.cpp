@@ -60,9 +60,12 @@ Sources (each optional; at least one must give words):
   --corpus FILE   word counts of running text, as scripts/corpus-stats.sh
                   writes them (count TAB surface TAB katakana reading TAB six
                   part-of-speech fields): where the text clearly prefers one
-                  spelling of a word (reading and part of speech; at least
-                  5 uses and 3 times the next spelling's), that spelling
-                  becomes its cheapest by 1000. Not used unless given;
+                  kanji spelling of a reading (and part of speech; at least
+                  5 uses and 3 times the next spelling's), it becomes by
+                  1000 the cheapest of the spellings of its word: the kana
+                  ones, and the kanji ones EDICT glosses alike. Kana the
+                  text prefers say nothing: they write any word of the
+                  reading. Not used unless given;
                   --no-corpus turns it off again.
   --lm DIR        a word 3-gram language model in the layout of Debian's
                   libkkc-data (default /usr/lib/x86_64-linux-gnu/libkkc/models/sorted3):
