@@ -137,7 +137,8 @@ BuildResult build(const BuildOptions& options, const Progress& progress) {
     addTypedDigitSpellings(lexicon);
     if (options.corpus) {
       progress("corpus: preferred spellings");
-      const std::size_t changed = preferCountedSpellings(lexicon, readCorpusCounts(*options.corpus, diagnostics), edict ? &*edict : nullptr);
+      const std::size_t changed = preferCountedSpellings(lexicon, readCorpusCounts(*options.corpus, diagnostics),
+                                                     edict ? &*edict : nullptr, modelText.has_value());
       progress("corpus: " + std::to_string(changed) + " entries made the cheapest spelling of their word");
       credits.push_back({"Word counts of Debian's Japanese documentation", "from " + options.corpus->string(),
                          "which spelling of a word present-day text uses most",
@@ -153,7 +154,8 @@ BuildResult build(const BuildOptions& options, const Progress& progress) {
       const std::size_t added = splitRightContexts(lexicon, modelText->text, modelText->wordIDs, options.context);
       progress("language model: " + std::to_string(added) + " homophones with right ids of their own");
     }
-    if (options.adjustments.katakanaPieces) addKatakanaPieces(lexicon);
+    // Their costs are set against the model's text's.
+    if (modelText && options.adjustments.katakanaPieces) addKatakanaPieces(lexicon);
   }
 
   ReadingTable emoji, symbols;

@@ -94,7 +94,8 @@ CorpusCounts readCorpusCounts(const fs::path& file, Diagnostics& diagnostics) {
   return counts;
 }
 
-std::size_t preferCountedSpellings(Lexicon& lexicon, const CorpusCounts& counts, const EdictDictionary* edict) {
+std::size_t preferCountedSpellings(Lexicon& lexicon, const CorpusCounts& counts, const EdictDictionary* edict,
+                                   bool modelPriced) {
   const auto& names = lexicon.grammar.names;
   // Entries grouped by reading and conjugated kind of their left id.
   std::map<std::pair<std::string, std::string>, std::vector<std::size_t>> groups;
@@ -126,10 +127,8 @@ std::size_t preferCountedSpellings(Lexicon& lexicon, const CorpusCounts& counts,
       }
     }
     if (bestCount < corpusMinimumCount || bestCount < corpusDominance * std::max<int64_t>(runnerUp, 1)) continue;
-    // Kana write every word of the reading, and the analyser finds kana words
-    // where the text has none (しま inside しまう): counted kana say nothing
-    // of which word they are, so only a kanji spelling is preferred.
-    if (allHiragana(best) || allKatakana(best)) continue;
+    const bool kanaBest = allHiragana(best) || allKatakana(best);
+    if (kanaBest && modelPriced) continue;
     // Only spellings of the best one's word give way: kana spellings, which
     // write any word, and kanji spellings with EDICT's glosses of the best.
     auto meaningOf = [&](std::string_view spelling) -> std::optional<uint32_t> {
@@ -137,9 +136,9 @@ std::size_t preferCountedSpellings(Lexicon& lexicon, const CorpusCounts& counts,
         if (auto it = edict->find(*lemma); it != edict->end()) return it->second.meaning;
       return std::nullopt;
     };
-    const auto bestMeaning = edict ? meaningOf(best) : std::nullopt;
+    const auto bestMeaning = edict && !kanaBest ? meaningOf(best) : std::nullopt;
     auto sameWord = [&](std::string_view spelling) {
-      if (!edict || allHiragana(spelling) || allKatakana(spelling)) return true;
+      if (!edict || kanaBest || allHiragana(spelling) || allKatakana(spelling)) return true;
       return bestMeaning && meaningOf(spelling) == bestMeaning;
     };
     int32_t cheapestOther = INT32_MAX;

@@ -30,7 +30,12 @@ CorpusCounts readCorpusCounts(const fs::path& file, Diagnostics& diagnostics);
 inline constexpr int64_t corpusMinimumCount = 5;
 inline constexpr int64_t corpusDominance = 3;
 inline constexpr int32_t corpusMargin = 1000;
+// Kana write every word of a reading, and the analyser finds kana words where
+// the text has none (しま inside しまう): where the model's text set the costs
+// (`modelPriced`), it says how often a word is written in kana, and only a
+// kanji spelling the counts prefer is made the cheapest.
 // Returns how many entries got cheaper.
-std::size_t preferCountedSpellings(Lexicon& lexicon, const CorpusCounts& counts, const EdictDictionary* edict = nullptr);
+std::size_t preferCountedSpellings(Lexicon& lexicon, const CorpusCounts& counts, const EdictDictionary* edict = nullptr,
+                                   bool modelPriced = false);
 
 }  // namespace orvane::mkdict

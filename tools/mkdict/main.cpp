@@ -60,12 +60,13 @@ Sources (each optional; at least one must give words):
   --corpus FILE   word counts of running text, as scripts/corpus-stats.sh
                   writes them (count TAB surface TAB katakana reading TAB six
                   part-of-speech fields): where the text clearly prefers one
-                  kanji spelling of a reading (and part of speech; at least
-                  5 uses and 3 times the next spelling's), it becomes by
+                  spelling of a reading (and part of speech; at least 5
+                  uses and 3 times the next spelling's), it becomes by
                   1000 the cheapest of the spellings of its word: the kana
-                  ones, and the kanji ones EDICT glosses alike. Kana the
-                  text prefers say nothing: they write any word of the
-                  reading. Not used unless given;
+                  ones, and the kanji ones EDICT glosses alike. Kana count
+                  only without the language model, whose text says how
+                  often a word is written in kana better than the
+                  analyser's kana (しま inside しまう). Not used unless given;
                   --no-corpus turns it off again.
   --lm DIR        a word 3-gram language model in the layout of Debian's
                   libkkc-data (default /usr/lib/x86_64-linux-gnu/libkkc/models/sorted3):
@@ -199,8 +200,10 @@ as they are). Each is a general rule, deterministic, named for --without:
                      One-kanji spellings (高
                      たか, 鬱 うつ) are left alone: their kana would split
                      longer words.
-  katakana-pieces    added after everything else: every kana syllable (ぺ,
-                     ゔぁ, ー) is also a word of its katakana (ペ, ヴァ, ー):
+  katakana-pieces    with the language model (its costs are set against the
+                     model's), added after everything else: every kana
+                     syllable (ぺ, ゔぁ, ー) is also a word of its katakana
+                     (ペ, ヴァ, ー):
                      the first of a word costs 6000, on an id that connects
                      as 名詞,固有名詞,地域,一般 does (most such words are
                      names of places and peoples), the others 4000 (ー 2000)
