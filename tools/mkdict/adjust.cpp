@@ -295,16 +295,23 @@ void penalizeKatakanaVariants(Lexicon& lexicon) {
   // Particles, endings and suffixes spelled in hiragana, by reading and ids:
   // their katakana twins (ン, ネ, クン) are for effect, not everyday writing.
   std::set<std::tuple<std::string_view, int32_t, int32_t>> kanaFunctionWords;
+  // Katakana words of the main list, by reading.
+  std::set<std::string_view> katakanaWords;
   for (const auto& word : lexicon.words) {
-    if (hasHan(word.surface) && !readAsLoanword(word.reading, word.surface)) hasKanjiSpelling[word.reading] = true;
+    const bool added = word.list != "mozc.tsv";
+    if (hasHan(word.surface) && !readAsLoanword(word.reading, word.surface) && !added)
+      hasKanjiSpelling[word.reading] = true;
     if (word.surface == word.reading && !isContentWord(lexicon.grammar.names[word.leftID]))
       kanaFunctionWords.emplace(word.reading, word.leftID, word.rightID);
+    if (allKatakana(word.surface) && !added) katakanaWords.insert(word.reading);
   }
-  // A loanword's borrowed kanji are the variant (高加索 beside コーカサス).
+  // A loanword's borrowed kanji are the variant (高加索 beside コーカサス); so
+  // is a kanji word another list adds beside a katakana word of the main one.
   for (auto& word : lexicon.words)
     if ((allKatakana(word.surface) && (hasKanjiSpelling.count(word.reading) ||
                                        kanaFunctionWords.count({word.reading, word.leftID, word.rightID}))) ||
-        readAsLoanword(word.reading, word.surface))
+        readAsLoanword(word.reading, word.surface) ||
+        (word.list != "mozc.tsv" && hasHan(word.surface) && katakanaWords.count(word.reading)))
       word.cost += guessedChange(word, katakanaVariantPenalty);
 }
 

@@ -182,6 +182,11 @@ TEST(CostRulesTest, KanjiReadingsTellLoanwordsInBorrowedKanjiAndSurfacesTheReadi
   applyAdjustments(lexicon, only, nullptr);
   EXPECT_EQ(costOf(lexicon, "高加索"), 8200);
   EXPECT_EQ(costOf(lexicon, "コーカサス"), 7000);
+  // So are kanji another list adds beside a katakana word of the main list.
+  Lexicon added = lexiconOf({{"みらの", U, U, 8000, "ミラノ"}, {"みらの", U, U, 7000, "未蘭", "ut-skk.tsv"}});
+  applyAdjustments(added, only, nullptr);
+  EXPECT_EQ(costOf(added, "未蘭"), 9000);
+  EXPECT_EQ(costOf(added, "ミラノ"), 8000);
 }
 
 TEST(CostRulesTest, WordsWrittenWithDigitsCanBeTypedWithThem) {

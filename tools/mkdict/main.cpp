@@ -174,7 +174,10 @@ as they are). Each is a general rule, deterministic, named for --without:
                      the same ids (ン, ネ beside ん, ね); loanwords keep
                      their cost. A loanword's borrowed kanji, kanji read
                      with the long-vowel mark (高加索 こーかさす, 珈琲
-                     こーひー), are the variant instead: +2000 for them.
+                     こーひー), are the variant instead: +2000 for them; so
+                     are the kanji words SKK or EDICT adds beside a katakana
+                     word of IPADIC or the model (未蘭 beside ミラノ), which
+                     no longer make the katakana word a variant.
   proper-nouns       +1000 for 名詞,固有名詞 (IPADIC's many rare names and
                      places), country names (地域,国: 日本, 中国) excepted.
   short-readings     +1500 for kanji words read with one kana (胃 い, 派 は),
