@@ -475,7 +475,9 @@ TEST(PhrasesTest, ANameAndItsSuffixMakeARunUnlessTheSuffixIsAPersons) {
     const TaggedText text =
         textOf({{{{nameReading, nameSurface, 1}, {suffixReading, suffixSurface, 2}}, 3}});
     EXPECT_EQ(addPhrases(lexicon, model, text, {1, 2}), person ? 0u : 1u);
-    if (!person) EXPECT_EQ(lexicon.words.back().surface, "フランス領");
+    if (!person) {
+      EXPECT_EQ(lexicon.words.back().surface, "フランス領");
+    }
   }
 }
 
