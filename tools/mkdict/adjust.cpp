@@ -292,24 +292,32 @@ void addSKKWords(Lexicon& lexicon, const SKKDictionary& skk) {
 
 void penalizeKatakanaVariants(Lexicon& lexicon) {
   std::unordered_map<std::string, bool> hasKanjiSpelling;
-  // Particles, endings and suffixes spelled in hiragana, by reading and ids:
-  // their katakana twins (ン, ネ, クン) are for effect, not everyday writing.
-  std::set<std::tuple<std::string_view, int32_t, int32_t>> kanaFunctionWords;
+  // Particles, endings and suffixes spelled in hiragana, by reading and part
+  // of speech: their katakana twins (ン, ネ, クン, ヲ) are for effect, not
+  // everyday writing. A function word with an id of its own names itself in
+  // the last field, so that field is left out (を and ヲ are one particle).
+  const auto& names = lexicon.grammar.names;
+  auto kind = [&](int32_t id) {
+    const std::string_view name = names[static_cast<std::size_t>(id)];
+    return name.substr(0, name.rfind(','));
+  };
+  std::set<std::pair<std::string_view, std::string_view>> kanaFunctionWords;
   // Katakana words of the main list, by reading.
   std::set<std::string_view> katakanaWords;
   for (const auto& word : lexicon.words) {
     const bool added = word.list != "mozc.tsv";
     if (hasHan(word.surface) && !readAsLoanword(word.reading, word.surface) && !added)
       hasKanjiSpelling[word.reading] = true;
-    if (word.surface == word.reading && !isContentWord(lexicon.grammar.names[word.leftID]))
-      kanaFunctionWords.emplace(word.reading, word.leftID, word.rightID);
+    if (word.surface == word.reading && !isContentWord(names[word.leftID]))
+      kanaFunctionWords.emplace(word.reading, kind(word.leftID));
     if (allKatakana(word.surface) && !added) katakanaWords.insert(word.reading);
   }
   // A loanword's borrowed kanji are the variant (高加索 beside コーカサス); so
   // is a kanji word another list adds beside a katakana word of the main one.
   for (auto& word : lexicon.words)
-    if ((allKatakana(word.surface) && (hasKanjiSpelling.count(word.reading) ||
-                                       kanaFunctionWords.count({word.reading, word.leftID, word.rightID}))) ||
+    if ((allKatakana(word.surface) &&
+         (hasKanjiSpelling.count(word.reading) ||
+          (!isContentWord(names[word.leftID]) && kanaFunctionWords.count({word.reading, kind(word.leftID)})))) ||
         readAsLoanword(word.reading, word.surface) ||
         (word.list != "mozc.tsv" && hasHan(word.surface) && katakanaWords.count(word.reading)))
       word.cost += guessedChange(word, katakanaVariantPenalty);

@@ -203,10 +203,13 @@ TEST(CostRulesTest, WordsWrittenWithDigitsCanBeTypedWithThem) {
 
 TEST(CostRulesTest, FunctionWordsSpelledInKatakanaCostMore) {
   Lexicon lexicon = lexiconOf({{"ん", 8, 8, 5800, "ん"}, {"ん", 8, 8, 4800, "ン"}, {"ん", U, U, 6000, "ン"},
-                               {"ね", 1, 1, 4000, "ネ"}});
+                               {"ね", 1, 1, 4000, "ネ"}, {"を", 10, 10, 4000, "を"}, {"を", 11, 11, 4000, "ヲ"}});
+  // Function words with ids of their own, one for each spelling.
+  lexicon.grammar.names[10] = "助詞,格助詞,一般,*,*,*,を";
+  lexicon.grammar.names[11] = "助詞,格助詞,一般,*,*,*,ヲ";
   penalizeKatakanaVariants(lexicon);
-  // Only a twin under the same ids as a hiragana spelling is a variant.
-  const int32_t expected[] = {5800, 6800, 6000, 4000};
+  // Only a twin of the same part of speech as a hiragana spelling is a variant.
+  const int32_t expected[] = {5800, 6800, 6000, 4000, 4000, 6000};
   for (std::size_t i = 0; i < lexicon.words.size(); ++i) EXPECT_EQ(lexicon.words[i].cost, expected[i]) << i;
 }
 

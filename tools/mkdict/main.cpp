@@ -170,8 +170,9 @@ as they are). Each is a general rule, deterministic, named for --without:
                      content words +1000 (噺, 終り beside 話, 終わり).
   katakana-variants  +2000 for an all-katakana surface whose reading also has
                      a kanji spelling (ヒト, コト, サル beside 人, 事, 猿), or
-                     that is a function word with a hiragana spelling under
-                     the same ids (ン, ネ beside ん, ね); loanwords keep
+                     that is a function word with a hiragana spelling of
+                     the same part of speech (ン, ネ, ヲ beside ん, ね, を);
+                     loanwords keep
                      their cost. A loanword's borrowed kanji, kanji read
                      with the long-vowel mark (高加索 こーかさす, 珈琲
                      こーひー), are the variant instead: +2000 for them; so
