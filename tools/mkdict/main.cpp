@@ -172,10 +172,9 @@ as they are). Each is a general rule, deterministic, named for --without:
                      a kanji spelling (ヒト, コト, サル beside 人, 事, 猿), or
                      that is a function word with a hiragana spelling of
                      the same part of speech (ン, ネ, ヲ beside ん, ね, を);
-                     loanwords keep
-                     their cost. A loanword's borrowed kanji, kanji read
-                     with the long-vowel mark (高加索 こーかさす, 珈琲
-                     こーひー), are the variant instead: +2000 for them; so
+                     loanwords keep their cost. A loanword's borrowed kanji,
+                     kanji read with the long-vowel mark (高加索 こーかさす,
+                     珈琲 こーひー), are the variant instead: +2000 for them; so
                      are the kanji words SKK or EDICT adds beside a katakana
                      word of IPADIC or the model (未蘭 beside ミラノ), which
                      no longer make the katakana word a variant.
