@@ -142,10 +142,17 @@ void addEdictWords(Lexicon& lexicon, const EdictDictionary& edict) {
 }
 
 void penalizeUncommonSpellings(Lexicon& lexicon, const EdictDictionary& edict) {
-  std::set<std::pair<std::string, std::string>> common;
-  for (const auto& [key, entry] : edict)
-    if (entry.common)
+  // Words by their stem where the common spelling has okurigana (思っ under
+  // 思う, 言いよう under 言う), and whole: a stem without okurigana is a word of
+  // its own (島じま is no form of 島).
+  std::set<std::pair<std::string, std::string>> common, commonWhole;
+  for (const auto& [key, entry] : edict) {
+    if (!entry.common) continue;
+    commonWhole.insert(key);
+    const auto s = text::scalars(key.first);
+    if (!s.empty() && !isHanScalar(s.back()))
       if (auto k = stemKey(key.second, key.first)) common.insert(std::move(*k));
+  }
 
   const auto& names = lexicon.grammar.names;
   std::map<std::string_view, std::vector<std::size_t>> byReading;
@@ -157,8 +164,9 @@ void penalizeUncommonSpellings(Lexicon& lexicon, const EdictDictionary& edict) {
   for (const auto& [reading, indices] : byReading) {
     bool any = false;
     for (std::size_t i : indices) {
-      const auto key = stemKey(lexicon.words[i].reading, lexicon.words[i].surface);
-      isCommon[i] = key && common.count(*key);
+      const auto& word = lexicon.words[i];
+      const auto key = stemKey(word.reading, word.surface);
+      isCommon[i] = (key && common.count(*key)) || commonWhole.count({word.surface, word.reading});
       any = any || isCommon[i];
     }
     if (!any) continue;

@@ -121,6 +121,23 @@ TEST(EdictTest, OtherSpellingsOfAReadingWithACommonOneCostMore) {
     EXPECT_EQ(lexicon.words[i].cost, expected[i]) << lexicon.words[i].surface;
 }
 
+TEST(EdictTest, OnlyAStemWithOkuriganaStandsForItsForms) {
+  // 言いよう is common through 言う's stem; 島じま is not through 島, whose
+  // spelling has no okurigana: it is a word of its own, and 島々 the common one.
+  EdictDictionary edict;
+  for (auto [surface, reading] : {std::pair{"島", "しま"}, {"島々", "しまじま"}, {"言う", "いう"}}) {
+    EdictEntry entry;
+    entry.common = true;
+    edict[{surface, reading}] = entry;
+  }
+  Lexicon lexicon = lexiconOf({{"しまじま", U, U, 7000, "島じま"}, {"しまじま", U, U, 7100, "島々"},
+                               {"いいよう", U, U, 7000, "言い様"}, {"いいよう", U, U, 7100, "言いよう"}});
+  penalizeUncommonSpellings(lexicon, edict);
+  const int32_t expected[] = {8000, 7100, 8000, 7100};
+  for (std::size_t i = 0; i < lexicon.words.size(); ++i)
+    EXPECT_EQ(lexicon.words[i].cost, expected[i]) << lexicon.words[i].surface;
+}
+
 TEST(EdictTest, WordsUsuallyWrittenInKanaWinInHiragana) {
   Diagnostics diagnostics;
   Lexicon lexicon = lexiconOf({

@@ -165,9 +165,11 @@ as they are). Each is a general rule, deterministic, named for --without:
                      of a surface moves by the same amount, keeping IPADIC's
                      preferences among its parts of speech.
   edict-common       where EDICT marks a kanji spelling of a reading common
-                     (P), matched by its stem whatever the inflection (思っ,
-                     思わ under 思う), the reading's other kanji spellings of
-                     content words +1000 (噺, 終り beside 話, 終わり).
+                     (P), matched whole or, when EDICT's spelling has
+                     okurigana, by its stem whatever the inflection (思っ,
+                     思わ under 思う; not 島じま under 島), the reading's
+                     other kanji spellings of content words +1000 (噺, 終り
+                     beside 話, 終わり).
   katakana-variants  +2000 for an all-katakana surface whose reading also has
                      a kanji spelling (ヒト, コト, サル beside 人, 事, 猿), or
                      that is a function word with a hiragana spelling of
