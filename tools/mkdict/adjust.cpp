@@ -69,7 +69,7 @@ std::optional<std::vector<std::u32string>> kanjiReadings(std::string_view readin
     if (isHanScalar(c) || c == U'ケ' || c == U'ヵ') {
       if (pieces.empty() || !pieces.back().kanji) pieces.push_back({true, 0});
     } else if (isHiraganaScalar(c) || isKatakanaScalar(c)) {
-      pieces.push_back({false, c >= 0x30A1 && c <= 0x30F6 ? c - 0x60 : c});
+      pieces.push_back({false, hiraganaScalar(c)});
     } else {
       return std::nullopt;
     }
@@ -456,7 +456,7 @@ void addTypedDigitSpellings(Lexicon& lexicon) {
         tail.clear();
         break;
       }
-      tail += c >= 0x30A1 && c <= 0x30F6 ? c - 0x60 : c;
+      tail += hiraganaScalar(c);
     }
     if (tail.empty() || r.size() <= tail.size() || r.substr(r.size() - tail.size()) != tail) continue;
     std::u32string typed;

@@ -266,6 +266,8 @@ bool isCommonKanji(char32_t c);
 // Character classes of surfaces and readings (ー counts as katakana).
 bool isHiraganaScalar(char32_t c);
 bool isKatakanaScalar(char32_t c);
+// The hiragana of a katakana letter that has one (ア to ヶ); others unchanged.
+inline char32_t hiraganaScalar(char32_t c) { return c >= 0x30A1 && c <= 0x30F6 ? c - 0x60 : c; }
 bool isHanScalar(char32_t c);
 bool hasHan(std::string_view s);
 // What the kanji of a surface of kanji and kana read: the part of the reading
