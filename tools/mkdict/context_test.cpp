@@ -171,20 +171,28 @@ TEST(ContextCostsTest, CountedPathsCostWhatTheClassBigramModelSays) {
   EXPECT_GE(g.cost(1, 1) + costOf(lexicon, "雨"), -s * std::log(5.0 / 72 * 40 / 72) - 1);
 }
 
-TEST(ContextCostsTest, DigitsTypedInAReadingConnectAsTheTextsNumbers) {
-  // The converter gives a run of digits the fall-back id; the text has its
-  // numbers cut digit by digit, after 約 and before 年.
+// A grammar as large as the converter's, with its fall-back id, a noun, が
+// and numbers; every connection 1000.
+Lexicon withFallBackID() {
   Lexicon lexicon;
   lexicon.grammar.names.assign(static_cast<std::size_t>(fallbackSymbolID) + 1, "");
   lexicon.grammar.names[0] = "BOS/EOS,*,*,*,*,*,*";
   lexicon.grammar.names[1] = "名詞,一般,*,*,*,*,*";
   lexicon.grammar.names[2] = "助詞,格助詞,一般,*,*,*,が";
   lexicon.grammar.names[3] = "名詞,数,*,*,*,*,*";
-  lexicon.grammar.names[4] = "名詞,接尾,助数詞,*,*,*,*";
-  lexicon.grammar.names[5] = "接頭詞,数接続,*,*,*,*,*";
   lexicon.grammar.names[fallbackSymbolID] = std::string(fallbackSymbolName);
   const std::size_t n = lexicon.grammar.names.size();
   lexicon.grammar.costs.assign(n * n, 1000);
+  return lexicon;
+}
+
+TEST(ContextCostsTest, DigitsTypedInAReadingConnectAsTheTextsNumbers) {
+  // The converter gives a run of digits the fall-back id; the text has its
+  // numbers cut digit by digit, after 約 and before 年.
+  Lexicon lexicon = withFallBackID();
+  lexicon.grammar.names[4] = "名詞,接尾,助数詞,*,*,*,*";
+  lexicon.grammar.names[5] = "接頭詞,数接続,*,*,*,*,*";
+  const std::size_t n = lexicon.grammar.names.size();
   lexicon.words = {{"あめ", 1, 1, 4000, "雨"}, {"が", 2, 2, 100, "が"}, {"ねん", 4, 4, 3000, "年"},
                    {"やく", 5, 5, 3000, "約"}, {"いち", 3, 3, 3000, "一"},  {"→", fallbackSymbolID, fallbackSymbolID, 5000, "→"}};
   const TaggedWord rain{"あめ", "雨", 1}, ga{"が", "が", 2}, year{"ねん", "年", 4}, about{"やく", "約", 5},
@@ -370,15 +378,7 @@ TEST(RightContextsTest, AWordBeforeNumbersInDigitsLeansOnTheFallBackWord) {
   // 西暦 comes before years in digits, its homophone 聖暦 before が; the
   // converter reads typed digits as one fall-back word, so that is the
   // follower whose cost must move.
-  Lexicon lexicon;
-  lexicon.grammar.names.assign(static_cast<std::size_t>(fallbackSymbolID) + 1, "");
-  lexicon.grammar.names[0] = "BOS/EOS,*,*,*,*,*,*";
-  lexicon.grammar.names[1] = "名詞,一般,*,*,*,*,*";
-  lexicon.grammar.names[2] = "助詞,格助詞,一般,*,*,*,が";
-  lexicon.grammar.names[3] = "名詞,数,*,*,*,*,*";
-  lexicon.grammar.names[fallbackSymbolID] = std::string(fallbackSymbolName);
-  const std::size_t n = lexicon.grammar.names.size();
-  lexicon.grammar.costs.assign(n * n, 1000);
+  Lexicon lexicon = withFallBackID();
   lexicon.words = {{"せいれき", 1, 1, 4000, "西暦"}, {"せいれき", 1, 1, 4000, "聖暦"}, {"が", 2, 2, 100, "が"}};
   const TaggedWord era{"せいれき", "西暦", 1}, holy{"せいれき", "聖暦", 1}, ga{"が", "が", 2}, one{"", "１", 3},
       nine{"", "９", 3};
