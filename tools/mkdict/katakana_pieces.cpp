@@ -20,14 +20,21 @@ std::string katakanaOf(std::u32string_view hiragana) {
 
 }  // namespace
 
+std::vector<std::size_t> unusedIDs(const Grammar& grammar) {
+  std::vector<std::size_t> ids;
+  for (std::size_t id = 1; id < grammar.names.size(); ++id)
+    if (grammar.names[id].empty() && id != static_cast<std::size_t>(userWordID) &&
+        id != static_cast<std::size_t>(fallbackSymbolID))
+      ids.push_back(id);
+  return ids;
+}
+
 int32_t takeUnusedID(Grammar& grammar, std::string name) {
   const std::size_t n = grammar.names.size();
-  for (std::size_t id = 1; id < n; ++id)
-    if (grammar.names[id].empty() && id != static_cast<std::size_t>(userWordID) &&
-        id != static_cast<std::size_t>(fallbackSymbolID)) {
-      grammar.names[id] = std::move(name);
-      return static_cast<int32_t>(id);
-    }
+  if (const auto unused = unusedIDs(grammar); !unused.empty()) {
+    grammar.names[unused.front()] = std::move(name);
+    return static_cast<int32_t>(unused.front());
+  }
   std::vector<int16_t> costs((n + 1) * (n + 1), INT16_MAX);
   for (std::size_t a = 0; a < n; ++a) std::copy_n(grammar.costs.begin() + a * n, n, costs.begin() + a * (n + 1));
   grammar.costs = std::move(costs);

@@ -302,8 +302,10 @@ std::string connectionBytes(const Grammar& grammar);
 // "id name" for every used id.
 std::string idDefinitions(const Grammar& grammar);
 int16_t clampCost(int64_t cost);
-// The first id no word uses (not the user-word or fall-back id), named
-// `name`; the table grows by one id when there is none.
+// The ids no word uses, in order, besides the user-word and fall-back ids,
+// which the converter gives words of its own.
+std::vector<std::size_t> unusedIDs(const Grammar& grammar);
+// The first of them, named `name`; the table grows by one id when there is none.
 int32_t takeUnusedID(Grammar& grammar, std::string name);
 
 // ---- Words the lists lack ------------------------------------------------

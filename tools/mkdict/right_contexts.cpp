@@ -150,11 +150,7 @@ std::size_t splitRightContexts(Lexicon& lexicon, const TaggedText& text, const s
     }
   std::stable_sort(taking.begin(), taking.end(),
                    [](const auto& a, const auto& b) { return a.first->count > b.first->count; });
-  std::vector<std::size_t> free;
-  for (std::size_t id = 1; id < n; ++id)
-    if (grammar.names[id].empty() && id != static_cast<std::size_t>(userWordID) &&
-        id != static_cast<std::size_t>(fallbackSymbolID))
-      free.push_back(id);
+  const std::vector<std::size_t> free = unusedIDs(grammar);
   taking.resize(std::min({taking.size(), free.size(), options.rightIDs}));
 
   // A word's row is its id's, moved by how much likelier each follower is
