@@ -180,7 +180,36 @@ std::optional<std::pair<std::string, std::string>> skkKey(std::string_view readi
   return key;
 }
 
-void applySKKOrder(Lexicon& lexicon, const SKKDictionary& skk) {
+namespace {
+
+// The model's probability of a spelling of a reading: the whole word, or the
+// stem it cuts an inflected word into (ふ/降 for 降っ).
+std::optional<double> unigramOf(const UnigramProbabilities& model, std::string_view reading, std::string_view surface) {
+  std::string key = std::string(reading) + "\t" + std::string(surface);
+  if (auto it = model.find(key); it != model.end()) return it->second;
+  if (auto stem = stemKey(reading, surface); stem && stem->first.size() < reading.size())
+    if (auto it = model.find(stem->first + "\t" + stem->second); it != model.end()) return it->second;
+  return std::nullopt;
+}
+
+// Whether the model holds a surface SKK ranks later at least ten times as
+// likely as one SKK ranks earlier.
+bool modelOverturns(const UnigramProbabilities& model, std::string_view reading,
+                    const std::vector<std::tuple<int32_t, int32_t, std::string>>& order) {
+  constexpr double tenfold = 2.302585092994046;  // ln 10
+  std::optional<double> rarestBefore;
+  for (const auto& [rank, cost, surface] : order) {
+    const auto p = unigramOf(model, reading, surface);
+    if (!p) continue;
+    if (rarestBefore && *p - *rarestBefore >= tenfold) return true;
+    if (!rarestBefore || *p < *rarestBefore) rarestBefore = *p;
+  }
+  return false;
+}
+
+}  // namespace
+
+void applySKKOrder(Lexicon& lexicon, const SKKDictionary& skk, const UnigramProbabilities* model) {
   // Words by reading, in a stable order so the result never depends on hashing.
   std::map<std::string_view, std::vector<std::size_t>> byReading;
   // Only content words: a suffix or a dependent word sharing a spelling
@@ -238,6 +267,7 @@ void applySKKOrder(Lexicon& lexicon, const SKKDictionary& skk) {
       }
       std::sort(costs.begin(), costs.end());
       std::sort(order.begin(), order.end());
+      if (model && modelOverturns(*model, reading, order)) continue;
       for (std::size_t k = 0; k < order.size(); ++k) {
         // A later rank stays a step behind the one before, so that a part of
         // speech that connects a little better cannot overturn SKK's order.
@@ -470,11 +500,11 @@ void addTypedDigitSpellings(Lexicon& lexicon) {
 }
 
 void applyAdjustments(Lexicon& lexicon, const Adjustments& adjustments, const SKKDictionary* skk,
-                      const EdictDictionary* edict) {
+                      const EdictDictionary* edict, const UnigramProbabilities* model) {
   // EDICT's words first: it tells their part of speech, SKK does not.
   if (adjustments.edictWords && edict) addEdictWords(lexicon, *edict);
   if (adjustments.skkWords && skk) addSKKWords(lexicon, *skk);
-  if (adjustments.skkOrder && skk) applySKKOrder(lexicon, *skk);
+  if (adjustments.skkOrder && skk) applySKKOrder(lexicon, *skk, model);
   if (adjustments.edictCommon && edict) penalizeUncommonSpellings(lexicon, *edict);
   if (adjustments.katakanaVariants) penalizeKatakanaVariants(lexicon);
   if (adjustments.properNouns) penalizeProperNouns(lexicon);

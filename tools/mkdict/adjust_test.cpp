@@ -112,6 +112,24 @@ TEST(SKKTest, HomonymsTakeTheReadingsCostsInSKKOrder) {
   EXPECT_EQ(costOf(counted, "感じ"), 5500);
 }
 
+TEST(SKKTest, AModelTenTimesSurerThanSKKsOrderKeepsTheCosts) {
+  auto apply = [](const UnigramProbabilities& model) {
+    Lexicon lexicon = lexiconOf({{"かんじ", U, U, 5000, "感じ"}, {"かんじ", U, U, 6000, "漢字"},
+                                 {"さい", 6, 6, 5000, "咲い"},   {"さい", 6, 6, 5100, "割い"}});
+    applySKKOrder(lexicon, fixtureSKK(), &model);
+    return std::vector{costOf(lexicon, "漢字"), costOf(lexicon, "感じ"), costOf(lexicon, "咲い"), costOf(lexicon, "割い")};
+  };
+  // SKK lists 漢字 before 感じ and 咲 before 割 (under さi); the model knows
+  // an inflected word by its stem.
+  const double rare = std::log(0.0001);
+  EXPECT_EQ(apply({{"かんじ\t感じ", rare + std::log(11.0)}, {"かんじ\t漢字", rare},
+                   {"さ\t割", rare + std::log(20.0)}, {"さ\t咲", rare}}),
+            (std::vector{6000, 5000, 5000, 5100}));
+  // Less than tenfold, or one spelling unknown to the model: SKK's order.
+  EXPECT_EQ(apply({{"かんじ\t感じ", rare + std::log(9.0)}, {"かんじ\t漢字", rare}, {"さ\t割", rare}}),
+            (std::vector{5000, 6000, 5000, 5500}));
+}
+
 TEST(SKKTest, MissingNounsGoToTheirOwnSortedList) {
   // The words start from the middle common noun's cost (5500 here).
   Lexicon lexicon = lexiconOf({{"かんじ", U, U, 5352, "漢字"}, {"かお", U, U, 5500, "顔"}, {"えがお", U, U, 9000, "笑顔"}});

@@ -20,6 +20,7 @@ struct ModelText {
   LanguageModel model;
   TaggedText text;
   std::vector<int32_t> wordIDs;
+  UnigramProbabilities unigrams;
 };
 
 // Text drawn from the language model and tagged sets the word and
@@ -50,7 +51,7 @@ std::optional<ModelText> applyLanguageModel(const BuildOptions& options, Lexicon
   progress("language model: " + std::to_string(text.tokens) + " words tagged, " +
            std::to_string(text.readingsFromModel) + " read as the model reads them, " + std::to_string(text.unread) +
            " unread");
-  std::unordered_map<std::string, double> logProbability;
+  UnigramProbabilities logProbability;
   model.forEachWord([&](std::string_view key, uint32_t id) {
     if (auto parts = splitModelKey(key))
       logProbability[std::string(parts->first) + "\t" + std::string(parts->second)] = model.unigram(id) * std::log(10.0);
@@ -67,7 +68,7 @@ std::optional<ModelText> applyLanguageModel(const BuildOptions& options, Lexicon
                          "words by MeCab. The costs of mozc.tsv and connection.bin derive from it, so the data "
                          "directory as a whole is under its licence, GPL-3+",
                      findLicence({dir / "COPYING", "/usr/share/doc/libkkc-data/copyright"}, "libkkc-data")});
-  return ModelText{std::move(model), std::move(text), std::move(report.wordIDs)};
+  return ModelText{std::move(model), std::move(text), std::move(report.wordIDs), std::move(logProbability)};
 }
 
 }  // namespace
@@ -133,7 +134,8 @@ BuildResult build(const BuildOptions& options, const Progress& progress) {
                                      "edict")});
     }
     progress("adjusting costs");
-    applyAdjustments(lexicon, options.adjustments, skk ? &*skk : nullptr, edict ? &*edict : nullptr);
+    applyAdjustments(lexicon, options.adjustments, skk ? &*skk : nullptr, edict ? &*edict : nullptr,
+                     modelText ? &modelText->unigrams : nullptr);
     addTypedDigitSpellings(lexicon);
     if (options.corpus) {
       progress("corpus: preferred spellings");

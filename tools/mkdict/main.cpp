@@ -163,7 +163,10 @@ as they are). Each is a general rule, deterministic, named for --without:
                      next one at least 500 more, spellings SKK does not list
                      come last. They get no cheaper as a whole; every entry
                      of a surface moves by the same amount, keeping IPADIC's
-                     preferences among its parts of speech.
+                     preferences among its parts of speech. Where the
+                     language model holds a later spelling at least ten
+                     times as likely as an earlier one, the key's spellings
+                     keep the model's costs.
   edict-common       where EDICT marks a kanji spelling of a reading common
                      (P), matched whole or, when EDICT's spelling has
                      okurigana, by its stem whatever the inflection (思っ,

@@ -12,6 +12,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace orvane::mkdict {
@@ -236,8 +237,12 @@ std::optional<std::pair<std::string, std::string>> skkKey(std::string_view readi
 // surface SKK lists first costs what the cheapest listed one did, each later
 // one a step more; kanji surfaces SKK does not list for the key cost more
 // than all of them. A surface keeps the differences between its own entries
-// (its parts of speech).
-void applySKKOrder(Lexicon& lexicon, const SKKDictionary& skk);
+// (its parts of speech). Where the language model (natural-log unigram
+// probabilities by "reading TAB surface") holds a later surface at least ten
+// times as likely as an earlier one, the model knows better than SKK's
+// everyday order, and the key's surfaces keep their costs.
+using UnigramProbabilities = std::unordered_map<std::string, double>;
+void applySKKOrder(Lexicon& lexicon, const SKKDictionary& skk, const UnigramProbabilities* model = nullptr);
 // SKK's nouns and compounds that the word list lacks, as common nouns in
 // list "ut-skk.tsv" (merged into mozc.tsv unless kept separate): readings
 // of three kana or more, surfaces of kanji and kana.
@@ -288,7 +293,7 @@ bool inflects(std::string_view partOfSpeech);
 // a twin spelled with those digits, on the same ids at the same cost.
 void addTypedDigitSpellings(Lexicon& lexicon);
 void applyAdjustments(Lexicon& lexicon, const Adjustments& adjustments, const SKKDictionary* skk,
-                      const EdictDictionary* edict = nullptr);
+                      const EdictDictionary* edict = nullptr, const UnigramProbabilities* model = nullptr);
 
 // ---- Grammar -------------------------------------------------------------
 
