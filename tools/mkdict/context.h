@@ -86,7 +86,7 @@ struct ContextReport {
 // ids (as the analyser gives them) to the lexicon's.
 ContextReport applyContextStatistics(Lexicon& lexicon, const TaggedText& text, const std::vector<int32_t>& newID,
                                      const ContextOptions& options = {},
-                                     const std::unordered_map<std::string, double>* modelLogProbability = nullptr);
+                                     const UnigramProbabilities* modelLogProbability = nullptr);
 
 // Adds the nouns the model has and the word list lacks, where the analyser
 // confirms their reading (or a katakana word reads as written), as common

@@ -101,7 +101,7 @@ bool isDigitRun(std::string_view surface) {
 
 ContextReport applyContextStatistics(Lexicon& lexicon, const TaggedText& text, const std::vector<int32_t>& newID,
                                      const ContextOptions& options,
-                                     const std::unordered_map<std::string, double>* modelLogProbability) {
+                                     const UnigramProbabilities* modelLogProbability) {
   ContextReport report;
   Grammar& grammar = lexicon.grammar;
   const double scale = options.scale;

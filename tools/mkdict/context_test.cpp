@@ -257,7 +257,7 @@ TEST(ContextCostsTest, WordsTooRareForTheTextTakeTheModelsProbability) {
   const TaggedText text = textOf({{{rain}, 40}, {{sky}, 20}, {{candy}, 10}});
   // The model agrees with the counts, and knows 天 (shown too rarely to
   // count) ten times rarer than 飴; it does not know 𩅦.
-  std::unordered_map<std::string, double> model;
+  UnigramProbabilities model;
   for (const auto& [key, count] : {std::pair{"あめ\t雨", 40.0}, {"そら\t空", 20.0}, {"あめ\t飴", 10.0}, {"あめ\t天", 1.0}})
     model[key] = std::log(count / 1000);
   const ContextOptions options;
