@@ -114,7 +114,8 @@ std::size_t splitRightContexts(Lexicon& lexicon, const TaggedText& text, const s
 // would spell its words with a cheaper homophone and the run costs less
 // than that (seen at least minimumWordCount times), or where its reading,
 // alone, would convert to something else and the run costs less than that
-// (seen at least minimumPairCount times); a run ending in an inflected form
+// (seen at least minimumPairCount times; a run of nouns alone, a compound,
+// minimumNounRunCount times for either); a run ending in an inflected form
 // comes in each form of that spelling. Returns how many entries were added.
 std::size_t addPhrases(Lexicon& lexicon, const LanguageModel& model, const TaggedText& text,
                        const std::vector<int32_t>& wordIDs, const ContextOptions& options = {});

@@ -118,6 +118,9 @@ Sources (each optional; at least one must give words):
                   seen at least --lm-min-word times; where the run's
                   reading alone would convert to something else and the
                   run costs less, seen at least --lm-min-pair times.
+  --lm-min-compound N
+                  a run of nouns only (帝国領, 世紀初め) needs to be seen
+                  only N times for either test (default 2).
   --lm-right-ids N
                   at most N new right ids, one for each content word with
                   homophones (a second word of its reading on its id, or a
@@ -317,6 +320,7 @@ Options parse(int argc, char** argv) {
     else if (arg == "--lm-words") options.build.sampleWords = count(1);
     else if (arg == "--lm-scale") options.build.context.scale = static_cast<double>(count(1));
     else if (arg == "--lm-min-word") options.build.context.minimumWordCount = static_cast<double>(count(1));
+    else if (arg == "--lm-min-compound") options.build.context.minimumNounRunCount = positive();
     else if (arg == "--lm-min-pair") options.build.context.minimumPairCount = static_cast<double>(count(1));
     else if (arg == "--lm-unseen-count") options.build.context.unseenWordCount = positive();
     else if (arg == "--lm-own-ids") options.build.context.ownIDs = count(0);

@@ -402,8 +402,10 @@ struct ContextOptions {
   double unseenWordCount = 1;
   // Function words given ids of their own, the most frequent first.
   std::size_t ownIDs = 100;
-  // Runs of words that convert only together (addPhrases).
+  // Runs of words that convert only together (addPhrases), and how often a
+  // run of nouns alone must be seen, for either test, to come in.
   bool phrases = true;
+  double minimumNounRunCount = 2;
   // Right ids of their own for content words with homophones
   // (splitRightContexts): how many at most, how often a word must be
   // followed in the text to take part, and how many of its id's followings
