@@ -215,6 +215,8 @@ std::size_t addPhrases(Lexicon& lexicon, const LanguageModel& model, const Tagge
   std::map<std::string, Phrase> phrases;
   std::vector<std::pair<WordEntry, const WordEntry*>> accepted;
   for (const auto& [key, count] : runs) {
+    // Most runs are seen too rarely for any test.
+    if (count < std::min(options.minimumNounRunCount, options.minimumWordCount)) continue;
     std::vector<const WordEntry*> words = {&lexicon.words[static_cast<std::size_t>(entry[key >> (2 * bits)])],
                                            &lexicon.words[static_cast<std::size_t>(entry[(key >> bits) & none])]};
     if ((key & none) != none) words.push_back(&lexicon.words[static_cast<std::size_t>(entry[key & none])]);
