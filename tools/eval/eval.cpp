@@ -26,7 +26,90 @@ std::size_t overlap(std::string_view s, std::string_view text) {
   return 0;
 }
 
+bool isHan(char32_t c) {
+  return (c >= 0x3400 && c <= 0x9FFF) || (c >= 0xF900 && c <= 0xFAFF) || (c >= 0x20000 && c <= 0x3FFFF) || c == U'々' ||
+         c == U'〆';
+}
+bool isKana(char32_t c) { return (c >= 0x3041 && c <= 0x309F) || (c >= 0x30A0 && c <= 0x30FF); }
+bool isDigit(char32_t c) { return (c >= U'0' && c <= U'9') || (c >= U'０' && c <= U'９'); }
+
+// Katakana folded onto hiragana, other characters kept.
+std::u32string folded(std::u32string s) {
+  for (char32_t& c : s)
+    if (c >= U'ァ' && c <= U'ヶ') c -= 0x60;
+  return s;
+}
+
+MissKind kindOf(const std::u32string& got, const std::u32string& expected) {
+  auto any = [](const std::u32string& s, bool (*test)(char32_t)) { return std::any_of(s.begin(), s.end(), test); };
+  auto only = [](const std::u32string& s, bool (*test)(char32_t)) {
+    return !s.empty() && std::all_of(s.begin(), s.end(), test);
+  };
+  if (any(got, isDigit) || any(expected, isDigit)) return MissKind::Number;
+  if (only(got, isKana) && only(expected, isKana) && folded(got) == folded(expected)) return MissKind::Script;
+  const bool gotHan = any(got, isHan), expectedHan = any(expected, isHan);
+  if (gotHan && expectedHan) return MissKind::Spelling;
+  if (gotHan && only(expected, isKana)) return MissKind::KanjiForKana;
+  if (expectedHan && only(got, isKana)) return MissKind::KanaForKanji;
+  return MissKind::Other;
+}
+
 }  // namespace
+
+std::string_view describe(MissKind kind) {
+  switch (kind) {
+    case MissKind::Spelling: return "another kanji spelling or homophone";
+    case MissKind::KanjiForKana: return "kanji where the text has kana";
+    case MissKind::KanaForKanji: return "kana where the text has kanji";
+    case MissKind::Script: return "katakana or hiragana";
+    case MissKind::Number: return "numbers";
+    case MissKind::Other: return "other";
+  }
+  return "other";
+}
+
+std::optional<Miss> firstMiss(std::string_view got, std::string_view expected) {
+  // Characters rather than grapheme clusters: a stretch is shown, not counted.
+  const std::u32string x = text::scalars(got), y = text::scalars(expected);
+  const std::size_t n = x.size(), m = y.size();
+  // d[i][j]: edit distance between the rests x[i..] and y[j..].
+  std::vector<std::size_t> d((n + 1) * (m + 1));
+  auto at = [&](std::size_t i, std::size_t j) -> std::size_t& { return d[i * (m + 1) + j]; };
+  for (std::size_t i = n + 1; i-- > 0;)
+    for (std::size_t j = m + 1; j-- > 0;) {
+      if (i == n || j == m) at(i, j) = (n - i) + (m - j);
+      else at(i, j) = std::min({at(i + 1, j) + 1, at(i, j + 1) + 1, at(i + 1, j + 1) + (x[i] == y[j] ? 0 : 1)});
+    }
+  if (at(0, 0) == 0) return std::nullopt;
+  auto matches = [&](std::size_t i, std::size_t j) {
+    return i < n && j < m && x[i] == y[j] && at(i, j) == at(i + 1, j + 1);
+  };
+  std::size_t i = 0, j = 0;
+  while (matches(i, j)) ++i, ++j;
+  const std::size_t i0 = i, j0 = j;
+  // Along an optimal alignment to the next matching pair, the leftmost one.
+  while ((i < n || j < m) && !matches(i, j)) {
+    if (i < n && j < m && at(i, j) == at(i + 1, j + 1) + 1) ++i, ++j;
+    else if (i < n && at(i, j) == at(i + 1, j) + 1) ++i;
+    else ++j;
+  }
+  // A stretch missing on one side takes in the kanji around it: 風 for 風邪
+  // is another spelling of the word, not a character gone missing.
+  std::size_t from = i0, to = i;
+  if (i == i0 || j == j0) {
+    while (from > 0 && isHan(x[from - 1])) --from;
+    while (to < n && j + (to - i) < m && x[to] == y[j + (to - i)] && isHan(x[to])) ++to;
+  }
+  const std::u32string a = x.substr(from, to - from), b = y.substr(j0 - (i0 - from), (j - j0) + (i0 - from) + (to - i));
+  // A stretch of symbols or Latin letters alone stays one (浮津一番f).
+  auto letters = [](std::u32string_view s) {
+    return std::any_of(s.begin(), s.end(), [](char32_t c) { return isHan(c) || isKana(c) || isDigit(c); });
+  };
+  const bool other = !letters(std::u32string_view(x).substr(i0, i - i0)) &&
+                     !letters(std::u32string_view(y).substr(j0, j - j0));
+  if (other) return Miss{MissKind::Other, text::fromScalars(x.substr(i0, i - i0)), text::fromScalars(y.substr(j0, j - j0))};
+  return Miss{kindOf(a, b), text::fromScalars(a), text::fromScalars(b)};
+}
 
 TestSet parseSet(std::string_view content) {
   TestSet set;
@@ -182,6 +265,7 @@ Outcome judge(const Item& item, const std::vector<Clause>& clauses, std::size_t 
       if (first || errors < outcome.errors) {
         outcome.errors = errors;
         outcome.length = text::characterCount(expected);
+        if (!outcome.correct) outcome.miss = firstMiss(outcome.top, expected);
       }
       first = false;
     }
@@ -199,8 +283,9 @@ void add(Summary& summary, const Outcome& outcome) {
   summary.clauses += outcome.clauseCount;
   summary.clausesFirst += outcome.clausesFirst;
   if (!outcome.correct && !outcome.item->containsCheck) {
-    if (outcome.boundariesRight) ++summary.rankingMisses;
-    else ++summary.segmentationMisses;
+    const auto kind = static_cast<std::size_t>(outcome.miss ? outcome.miss->kind : MissKind::Other);
+    if (outcome.boundariesRight) ++summary.rankingMisses, ++summary.rankingByKind[kind];
+    else ++summary.segmentationMisses, ++summary.segmentationByKind[kind];
   }
 }
 
@@ -214,6 +299,9 @@ std::string describeFailure(const Outcome& outcome) {
                     (outcome.item->containsCheck ? " (contained)" : "") + "\t-> " + split;
   if (outcome.reachable) out += "\t(reachable)";
   if (outcome.boundariesRight) out += "\t(boundaries right)";
+  if (outcome.miss)
+    out += "\t[" + std::string(describe(outcome.miss->kind)) + ": " + outcome.miss->got + " for " +
+           outcome.miss->expected + "]";
   return out;
 }
 

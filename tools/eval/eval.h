@@ -1,6 +1,7 @@
 // Conversion quality on sets of readings with their expected conversions.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <functional>
 #include <optional>
@@ -37,6 +38,26 @@ struct TestSet {
 // the first item, so every reading is scored once.
 TestSet parseSet(std::string_view content);
 
+// What a wrong conversion got wrong first: its first stretch that differs
+// from the nearest expected text, sorted by what the two stretches hold.
+enum class MissKind {
+  Spelling,      // kanji on both sides: another spelling, a homophone, a word cut otherwise
+  KanjiForKana,  // kanji where the text has kana only
+  KanaForKanji,  // kana only where the text has kanji
+  Script,        // the same kana in the other script (あり for アリ)
+  Number,        // digits on either side (一年 for １年)
+  Other,         // symbols, Latin letters, a stretch missing on one side
+};
+inline constexpr std::size_t missKinds = 6;
+std::string_view describe(MissKind kind);
+
+struct Miss {
+  MissKind kind = MissKind::Other;
+  std::string got, expected;  // the first differing stretches, in characters
+};
+// Nothing when the texts are equal.
+std::optional<Miss> firstMiss(std::string_view got, std::string_view expected);
+
 struct Outcome {
   const Item* item = nullptr;
   std::string top;                            // the first conversion, clauses joined
@@ -50,6 +71,7 @@ struct Outcome {
   bool boundariesRight = false;
   std::size_t clauseCount = 0;      // clauses of a reading whose boundaries are right
   std::size_t clausesFirst = 0;     // of them, clauses whose first candidate is their piece
+  std::optional<Miss> miss;         // a wrong reading's first miss against the nearest expected text
 };
 
 // The fewest clauses that must leave their first candidate for the clauses
@@ -78,6 +100,8 @@ struct Summary {
   std::size_t clausesFirst = 0;     // of those, first candidate right
   std::size_t rankingMisses = 0;    // wrong readings with right boundaries
   std::size_t segmentationMisses = 0;  // wrong readings whose clauses cannot spell the text
+  // Ranking and segmentation misses by the kind of their first miss.
+  std::array<std::size_t, missKinds> rankingByKind{}, segmentationByKind{};
   double clauseTop1() const { return clauses ? double(clausesFirst) / clauses : 0; }
   double seconds = 0;
   double top1() const { return items ? double(correct) / items : 0; }

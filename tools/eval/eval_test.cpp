@@ -56,7 +56,8 @@ TEST(JudgeTest, TopOneErrorsAndContainsChecks) {
   EXPECT_FALSE(outcome.correct);
   EXPECT_TRUE(outcome.reachable) << "今日 and 晴れ are both second candidates";
   EXPECT_EQ(outcome.errors, 2u);  // nearest expected text: one insertion, one substitution
-  EXPECT_EQ(describeFailure(outcome), "きょうはれ\t今日晴れ\t-> 今日は|レ\t(reachable)\t(boundaries right)");
+  EXPECT_EQ(describeFailure(outcome), "きょうはれ\t今日晴れ\t-> 今日は|レ\t(reachable)\t(boundaries right)"
+                                      "\t[kana where the text has kanji: はレ for 晴れ]");
   EXPECT_TRUE(outcome.boundariesRight);
   EXPECT_EQ(outcome.clausesFirst, 0u) << "both clauses need their second candidate";
   EXPECT_FALSE(judge(item, clauses, 1).reachable);
@@ -98,6 +99,39 @@ TEST(ClauseTest, BoundariesAndFirstCandidatesTellRankingFromSegmentation) {
   EXPECT_DOUBLE_EQ(summary.clauseTop1(), 5.0 / 6.0);
   EXPECT_EQ(summary.rankingMisses, 1u);
   EXPECT_EQ(summary.segmentationMisses, 1u) << "contains-checks are neither";
+  EXPECT_EQ(summary.rankingByKind[static_cast<std::size_t>(MissKind::Spelling)], 1u) << "気 for 木";
+  EXPECT_EQ(summary.segmentationByKind[static_cast<std::size_t>(MissKind::Spelling)], 1u) << "は気 for 吐き";
+}
+
+TEST(FirstMissTest, TheFirstDifferingStretchAndItsKind) {
+  using Case = std::tuple<std::string, std::string, MissKind, std::string, std::string>;  // got, expected, kind, stretches
+  for (const auto& [got, expected, kind, gotStretch, expectedStretch] : {
+           Case{"彼は見方なのか", "彼は味方なのか", MissKind::Spelling, "見", "味"},
+           Case{"風を引く", "風邪をひく", MissKind::Spelling, "風", "風邪"},  // one side empty: the kanji around it
+           Case{"響きが豊か", "響が豊か", MissKind::Spelling, "響き", "響"},
+           Case{"しかられて", "叱られて", MissKind::KanaForKanji, "しか", "叱"},
+           Case{"私たちは", "私達は", MissKind::KanaForKanji, "たち", "達"},
+           Case{"気にしない方が", "気にしないほうが", MissKind::KanjiForKana, "方", "ほう"},
+           Case{"ありの巣", "アリの巣", MissKind::Script, "あり", "アリ"},
+           Case{"一年半で", "１年半で", MissKind::Number, "一", "１"},
+           Case{"ご年半", "５年半", MissKind::Number, "ご", "５"},
+           Case{"浮津一番f", "浮津一番", MissKind::Other, "f", ""},
+           Case{"オンラインショッピング", "オンライン・ショッピング", MissKind::Other, "", "・"},
+           Case{"CJK統合漢字", "ＣＪＫ統合漢字", MissKind::Other, "CJK", "ＣＪＫ"},
+           Case{"ABC", "", MissKind::Other, "ABC", ""},
+       }) {
+    const auto miss = firstMiss(got, expected);
+    ASSERT_TRUE(miss) << got;
+    EXPECT_EQ(miss->kind, kind) << got << " for " << expected;
+    EXPECT_EQ(miss->got, gotStretch) << got;
+    EXPECT_EQ(miss->expected, expectedStretch) << got;
+  }
+  EXPECT_FALSE(firstMiss("同じ", "同じ"));
+  // Only the first stretch counts: the second (い for 言) is left for later.
+  const auto first = firstMiss("セがいう", "背が言う");
+  ASSERT_TRUE(first);
+  EXPECT_EQ(first->got, "セ");
+  EXPECT_EQ(first->kind, MissKind::KanaForKanji);
 }
 
 TEST(EditDistanceTest, CountsGraphemeClusters) {

@@ -38,7 +38,12 @@ would, with no learned choices, boundaries or user dictionary, and reports:
             candidate is its piece. Wrong readings are sorted into ranking
             misses (boundaries right, some clause's first candidate wrong)
             and segmentation misses (no choice of candidates within the
-            clauses as cut spells the text: a wrong cut or a missing word)
+            clauses as cut spells the text: a wrong cut or a missing word),
+            and each by its first stretch that differs from the nearest
+            expected text: another kanji spelling or homophone (kanji on
+            both sides), kanji where the text has kana, kana where the text
+            has kanji, katakana or hiragana (the same kana in the other
+            script), numbers (digits on either side), other
   time      conversion time per reading
 
 File layouts, told apart line by line ("#" lines are comments):
@@ -50,7 +55,8 @@ A reading listed more than once is scored once.
 Options:
   --data DIR      the data directory (default: the bundle's Resources/Mozc)
   --depth N       candidates per clause for "reachable" (default 10)
-  --failures      list every wrong conversion with its clause split
+  --failures      list every wrong conversion with its clause split and the
+                  kind of its first miss, [kind: got for expected]
   --tsv           one summary line per file: file, readings, top-1, CER, reachable, ms per reading,
                   clause top-1, ranking misses, segmentation misses
   -h, --help      this text
@@ -148,6 +154,15 @@ int main(int argc, char** argv) {
                   "misses: %zu ranking, %zu segmentation\n",
                   summary.boundariesRight, summary.clauseTop1(), summary.clauses, summary.rankingMisses,
                   summary.segmentationMisses);
+      if (summary.rankingMisses + summary.segmentationMisses > 0) {
+        std::string kinds;
+        for (std::size_t k = 0; k < eval::missKinds; ++k) {
+          if (summary.rankingByKind[k] + summary.segmentationByKind[k] == 0) continue;
+          kinds += (kinds.empty() ? "" : ", ") + std::string(eval::describe(static_cast<eval::MissKind>(k))) + " " +
+                   std::to_string(summary.rankingByKind[k]) + "+" + std::to_string(summary.segmentationByKind[k]);
+        }
+        std::printf("  first misses by kind (ranking+segmentation): %s\n", kinds.c_str());
+      }
     }
     if (failures)
       for (const auto& line : wrong) std::printf("  %s\n", line.c_str());
