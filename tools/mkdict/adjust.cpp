@@ -369,10 +369,15 @@ bool isContentWord(std::string_view name) {
 }
 
 void penalizeShortReadings(Lexicon& lexicon) {
-  for (auto& word : lexicon.words)
-    if (!lexicon.grammar.names[word.leftID].starts_with("名詞,接尾,助数詞,") && hasHan(word.surface) &&
+  // A verb's or an adjective's form (来 き, 出 で) is bound to the ending
+  // after it, which the connection costs see to; only a word that stands
+  // alone can take a particle's place.
+  for (auto& word : lexicon.words) {
+    const std::string_view name = lexicon.grammar.names[word.leftID];
+    if (!name.starts_with("名詞,接尾,助数詞,") && !inflects(name) && hasHan(word.surface) &&
         text::characterCount(word.reading) == 1)
       word.cost += shortReadingPenalty;
+  }
 }
 
 void spellHonorificsInKana(Lexicon& lexicon) {

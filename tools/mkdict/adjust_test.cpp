@@ -33,7 +33,7 @@ Lexicon lexiconOf(std::vector<WordEntry> words) {
                          "名詞,接尾,助数詞,*,*,*,*",      "名詞,副詞可能,*,*,*,*,*",
                          "形容詞,自立,*,*,形容詞・アウオ段,基本形,*",
                          "動詞,非自立,*,*,五段・ラ行特殊,連用形,下さる", "名詞,非自立,一般,*,*,*,*",
-                         "名詞,固有名詞,地域,国,*,*,*"};
+                         "名詞,固有名詞,地域,国,*,*,*",   "動詞,自立,*,*,カ変・来ル,連用形,*"};
   std::copy(std::begin(names), std::end(names), lexicon.grammar.names.begin());
   lexicon.grammar.names[userWordID] = std::string(userWordName);
   lexicon.grammar.names[fallbackSymbolID] = std::string(fallbackSymbolName);
@@ -156,7 +156,7 @@ TEST(CostRulesTest, EachRuleTouchesOnlyItsWords) {
            Case{"proper-nouns", {"あと", 2, 2, 9000, "阿戸"}, 1000}, Case{"proper-nouns", {"あと", U, U, 9000, "跡"}, 0},
            Case{"proper-nouns", {"にほん", 9, 9, 8000, "日本"}, 0},
            Case{"short-readings", {"い", U, U, 6000, "胃"}, 1500}, Case{"short-readings", {"こ", 4, 4, 6000, "個"}, 0},
-           Case{"short-readings", {"いい", 6, 6, 6000, "良い"}, 0},
+           Case{"short-readings", {"いい", 6, 6, 6000, "良い"}, 0}, Case{"short-readings", {"き", 10, 10, 6000, "来"}, 0},
            Case{"rare-kanji", {"もたれる", 6, 6, 8000, "凭れる"}, 1000}, Case{"rare-kanji", {"しかる", 6, 6, 8000, "叱る"}, 0},
            Case{"rare-kanji", {"ひとびと", U, U, 5000, "人々"}, 0}, Case{"rare-kanji", {"ほっけ", U, U, 8000, "𩸽"}, 1000},
        }) {

@@ -189,8 +189,9 @@ as they are). Each is a general rule, deterministic, named for --without:
   proper-nouns       +1000 for 名詞,固有名詞 (IPADIC's many rare names and
                      places), country names (地域,国: 日本, 中国) excepted.
   short-readings     +1500 for kanji words read with one kana (胃 い, 派 は),
-                     counters (名詞,接尾,助数詞) aside: they compete with
-                     particles everywhere.
+                     counters (名詞,接尾,助数詞) and the forms of verbs and
+                     adjectives (来 き) aside: they compete with particles
+                     everywhere.
   honorific-kana     words beginning with the prefix 御 read ご or お, where
                      the rest is a word of its own or the kana spelling is
                      one already (御自由, 御飯; not 御殿, 御所), get a twin
