@@ -52,7 +52,7 @@ Analyser mecabAnalyser(const fs::path& dictionary);
 
 struct SampleOptions {
   std::size_t words = defaultSampleWords;  // model words to draw, about
-  uint64_t seed = 13;
+  uint64_t seed = defaultSampleSeed;
 };
 
 // Draws sentences from the model with a fixed seed and tags them. Each

@@ -73,7 +73,7 @@ Sources (each optional; at least one must give words):
                   data.1gram.index, a MARISA trie of "reading/surface" keys,
                   and data.1gram, data.2gram, data.3gram, little-endian
                   records of 6, 12 and 10 bytes. Sentences are drawn from it
-                  (exactly, with back-off, from a fixed seed), tagged with
+                  (exactly, with back-off, from a fixed seed: --lm-seed), tagged with
                   IPADIC's words and ids by MeCab, and counted: a word seen
                   at least 3 times costs -log P(word | its id), a pair of ids
                   seen at least 5 times -log P(id2 | id1), at 850 per unit of
@@ -99,6 +99,9 @@ Sources (each optional; at least one must give words):
                   line; a malformed model file is an error naming it and
                   the byte offset. --no-lm leaves IPADIC's costs.
   --lm-words N    words to draw from the model (default 3000000).
+  --lm-seed N     the seed of the draw (default 13): another seed draws
+                  other text of the same model, which measures how much a
+                  difference in quality owes to the draw.
   --lm-scale N    cost per unit of natural log (default 850).
   --lm-min-word N, --lm-min-pair N
                   the fewest times a word, a pair of ids, must be seen for
@@ -319,6 +322,7 @@ Options parse(int argc, char** argv) {
     else if (arg == "--no-lm") options.build.languageModel.reset();
     else if (arg == "--mecab-dic") options.build.mecabDictionary = fs::path(value());
     else if (arg == "--lm-words") options.build.sampleWords = count(1);
+    else if (arg == "--lm-seed") options.build.sampleSeed = count(0);
     else if (arg == "--lm-scale") options.build.context.scale = static_cast<double>(count(1));
     else if (arg == "--lm-min-word") options.build.context.minimumWordCount = static_cast<double>(count(1));
     else if (arg == "--lm-min-compound") options.build.context.minimumNounRunCount = positive();

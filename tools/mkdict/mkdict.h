@@ -388,6 +388,7 @@ using Analyser = std::function<std::optional<std::vector<AnalysedWord>>(std::str
 // Words drawn from the language model: enough for the costs of about 60 000
 // words and 300 000 pairs of ids (see --help).
 inline constexpr std::size_t defaultSampleWords = 3'000'000;
+inline constexpr uint64_t defaultSampleSeed = 13;
 
 // How counts become costs (see --help, option --lm).
 struct ContextOptions {
@@ -435,6 +436,9 @@ struct BuildOptions {
   std::optional<fs::path> languageModel = fs::path(defaultLanguageModel);
   fs::path mecabDictionary = defaultMeCabDictionary;
   std::size_t sampleWords = defaultSampleWords;
+  // The drawn text varies with the seed as a second sample of text would:
+  // other seeds measure how much of a difference in quality is the draw's.
+  uint64_t sampleSeed = defaultSampleSeed;
   ContextOptions context;
   // Tags the drawn text instead of MeCab (for tests).
   Analyser analyser;
