@@ -73,8 +73,9 @@ Sources (each optional; at least one must give words):
                   data.1gram.index, a MARISA trie of "reading/surface" keys,
                   and data.1gram, data.2gram, data.3gram, little-endian
                   records of 6, 12 and 10 bytes. Sentences are drawn from it
-                  (exactly, with back-off, from a fixed seed: --lm-seed), tagged with
-                  IPADIC's words and ids by MeCab, and counted: a word seen
+                  (exactly, with back-off, from a fixed seed: --lm-seed),
+                  tagged with IPADIC's words and ids by MeCab, and
+                  counted: a word seen
                   at least 3 times costs -log P(word | its id), a pair of ids
                   seen at least 5 times -log P(id2 | id1), at 850 per unit of
                   natural log. Each id's word costs are then moved to
