@@ -49,6 +49,14 @@ bool isLetter(std::string_view character);
 // ASCII: a single scalar below U+0080.
 bool isASCII(std::string_view character);
 
+// Scripts of one scalar: hiragana (ぁ to ゖ), katakana (ァ to ヺ, and ー),
+// Han (the CJK ideographs, and 々, 〆 and ヶ, which write as kanji do).
+bool isHiraganaScalar(char32_t c);
+bool isKatakanaScalar(char32_t c);
+bool isHanScalar(char32_t c);
+// The hiragana of a katakana letter that has one (ア to ヶ); others unchanged.
+inline char32_t hiraganaScalar(char32_t c) { return c >= 0x30A1 && c <= 0x30F6 ? c - 0x60 : c; }
+
 // Scalars of a UTF-8 string; invalid sequences become U+FFFD.
 std::u32string scalars(std::string_view s);
 std::string fromScalars(std::u32string_view scalars);

@@ -26,17 +26,12 @@ std::size_t overlap(std::string_view s, std::string_view text) {
   return 0;
 }
 
-bool isHan(char32_t c) {
-  return (c >= 0x3400 && c <= 0x9FFF) || (c >= 0xF900 && c <= 0xFAFF) || (c >= 0x20000 && c <= 0x3FFFF) || c == U'々' ||
-         c == U'〆';
-}
-bool isKana(char32_t c) { return (c >= 0x3041 && c <= 0x309F) || (c >= 0x30A0 && c <= 0x30FF); }
+bool isKana(char32_t c) { return text::isHiraganaScalar(c) || text::isKatakanaScalar(c); }
 bool isDigit(char32_t c) { return (c >= U'0' && c <= U'9') || (c >= U'０' && c <= U'９'); }
 
 // Katakana folded onto hiragana, other characters kept.
 std::u32string folded(std::u32string s) {
-  for (char32_t& c : s)
-    if (c >= U'ァ' && c <= U'ヶ') c -= 0x60;
+  for (char32_t& c : s) c = text::hiraganaScalar(c);
   return s;
 }
 
@@ -47,7 +42,7 @@ MissKind kindOf(const std::u32string& got, const std::u32string& expected) {
   };
   if (any(got, isDigit) || any(expected, isDigit)) return MissKind::Number;
   if (only(got, isKana) && only(expected, isKana) && folded(got) == folded(expected)) return MissKind::Script;
-  const bool gotHan = any(got, isHan), expectedHan = any(expected, isHan);
+  const bool gotHan = any(got, text::isHanScalar), expectedHan = any(expected, text::isHanScalar);
   if (gotHan && expectedHan) return MissKind::Spelling;
   if (gotHan && only(expected, isKana)) return MissKind::KanjiForKana;
   if (expectedHan && only(got, isKana)) return MissKind::KanaForKanji;
@@ -97,13 +92,13 @@ std::optional<Miss> firstMiss(std::string_view got, std::string_view expected) {
   // is another spelling of the word, not a character gone missing.
   std::size_t from = i0, to = i;
   if (i == i0 || j == j0) {
-    while (from > 0 && isHan(x[from - 1])) --from;
-    while (to < n && j + (to - i) < m && x[to] == y[j + (to - i)] && isHan(x[to])) ++to;
+    while (from > 0 && text::isHanScalar(x[from - 1])) --from;
+    while (to < n && j + (to - i) < m && x[to] == y[j + (to - i)] && text::isHanScalar(x[to])) ++to;
   }
   const std::u32string a = x.substr(from, to - from), b = y.substr(j0 - (i0 - from), (j - j0) + (i0 - from) + (to - i));
   // A stretch of symbols or Latin letters alone stays one (浮津一番f).
   auto letters = [](std::u32string_view s) {
-    return std::any_of(s.begin(), s.end(), [](char32_t c) { return isHan(c) || isKana(c) || isDigit(c); });
+    return std::any_of(s.begin(), s.end(), [](char32_t c) { return text::isHanScalar(c) || isKana(c) || isDigit(c); });
   };
   const bool other = !letters(std::u32string_view(x).substr(i0, i - i0)) &&
                      !letters(std::u32string_view(y).substr(j0, j - j0));

@@ -43,13 +43,6 @@ char okuriLetter(char32_t kana) {
 
 }  // namespace
 
-bool isHiraganaScalar(char32_t c) { return c >= 0x3041 && c <= 0x3096; }
-bool isKatakanaScalar(char32_t c) { return (c >= 0x30A1 && c <= 0x30FA) || c == 0x30FC; }
-bool isHanScalar(char32_t c) {
-  return (c >= 0x4E00 && c <= 0x9FFF) || (c >= 0x3400 && c <= 0x4DBF) || (c >= 0xF900 && c <= 0xFAFF) ||
-         (c >= 0x20000 && c <= 0x3134F) || c == U'々' || c == U'〆' || c == U'ヶ';
-}
-
 bool hasHan(std::string_view s) {
   for (char32_t c : text::scalars(s))
     if (isHanScalar(c)) return true;

@@ -15,6 +15,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include "text/text.h"
+
 namespace orvane::mkdict {
 
 namespace fs = std::filesystem;
@@ -269,11 +271,10 @@ void spellHonorificsInKana(Lexicon& lexicon);
 void penalizeRareKanji(Lexicon& lexicon);
 bool isCommonKanji(char32_t c);
 // Character classes of surfaces and readings (ー counts as katakana).
-bool isHiraganaScalar(char32_t c);
-bool isKatakanaScalar(char32_t c);
-// The hiragana of a katakana letter that has one (ア to ヶ); others unchanged.
-inline char32_t hiraganaScalar(char32_t c) { return c >= 0x30A1 && c <= 0x30F6 ? c - 0x60 : c; }
-bool isHanScalar(char32_t c);
+using text::hiraganaScalar;
+using text::isHanScalar;
+using text::isHiraganaScalar;
+using text::isKatakanaScalar;
 bool hasHan(std::string_view s);
 // What the kanji of a surface of kanji and kana read: the part of the reading
 // each run of kanji takes, each kana standing for itself; nothing when the
