@@ -95,7 +95,8 @@ std::optional<Miss> firstMiss(std::string_view got, std::string_view expected) {
     while (from > 0 && text::isHanScalar(x[from - 1])) --from;
     while (to < n && j + (to - i) < m && x[to] == y[j + (to - i)] && text::isHanScalar(x[to])) ++to;
   }
-  const std::u32string a = x.substr(from, to - from), b = y.substr(j0 - (i0 - from), (j - j0) + (i0 - from) + (to - i));
+  const std::size_t before = i0 - from, after = to - i;  // kanji taken in, the same on both sides
+  const std::u32string a = x.substr(from, to - from), b = y.substr(j0 - before, j - j0 + before + after);
   // A stretch of symbols or Latin letters alone stays one (浮津一番f).
   auto letters = [](std::u32string_view s) {
     return std::any_of(s.begin(), s.end(), [](char32_t c) { return text::isHanScalar(c) || isKana(c) || isDigit(c); });
