@@ -101,9 +101,9 @@ std::optional<Miss> firstMiss(std::string_view got, std::string_view expected) {
   auto letters = [](std::u32string_view s) {
     return std::any_of(s.begin(), s.end(), [](char32_t c) { return text::isHanScalar(c) || isKana(c) || isDigit(c); });
   };
-  const bool other = !letters(std::u32string_view(x).substr(i0, i - i0)) &&
-                     !letters(std::u32string_view(y).substr(j0, j - j0));
-  if (other) return Miss{MissKind::Other, text::fromScalars(x.substr(i0, i - i0)), text::fromScalars(y.substr(j0, j - j0))};
+  const auto gotRaw = std::u32string_view(x).substr(i0, i - i0), expectedRaw = std::u32string_view(y).substr(j0, j - j0);
+  if (!letters(gotRaw) && !letters(expectedRaw))
+    return Miss{MissKind::Other, text::fromScalars(gotRaw), text::fromScalars(expectedRaw)};
   return Miss{kindOf(a, b), text::fromScalars(a), text::fromScalars(b)};
 }
 

@@ -185,10 +185,12 @@ std::optional<double> unigramOf(const UnigramProbabilities& model, std::string_v
   return std::nullopt;
 }
 
+// A key's surfaces in SKK's order: rank, cheapest cost, surface.
+using SKKOrder = std::vector<std::tuple<int32_t, int32_t, std::string>>;
+
 // Whether the model holds a surface SKK ranks later at least ten times as
 // likely as one SKK ranks earlier.
-bool modelOverturns(const UnigramProbabilities& model, std::string_view reading,
-                    const std::vector<std::tuple<int32_t, int32_t, std::string>>& order) {
+bool modelOverturns(const UnigramProbabilities& model, std::string_view reading, const SKKOrder& order) {
   constexpr double tenfold = 2.302585092994046;  // ln 10
   std::optional<double> rarestBefore;
   for (const auto& [rank, cost, surface] : order) {
@@ -252,7 +254,7 @@ void applySKKOrder(Lexicon& lexicon, const SKKDictionary& skk, const UnigramProb
     std::map<std::string, int32_t> shift;
     for (const auto& [key, surfaces] : byKey) {
       std::vector<int32_t> costs;
-      std::vector<std::tuple<int32_t, int32_t, std::string>> order;
+      SKKOrder order;
       for (const auto& surface : surfaces) {
         const int32_t r = rank[surface].second;
         costs.push_back(cheapest[surface]);

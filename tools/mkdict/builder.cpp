@@ -65,8 +65,8 @@ std::optional<ModelText> applyLanguageModel(const BuildOptions& options, Lexicon
   progress("language model: " + std::to_string(added) + " nouns added that the word list lacked");
   credits.push_back({"libkkc-data word 3-gram language model", versionOf(dir, defaultLanguageModel, "libkkc-data"),
                      "word costs and connection costs, counted in text drawn from the model (" +
-                         std::to_string(options.sampleWords) + " words, seed " + std::to_string(options.sampleSeed) + ") and tagged with IPADIC's "
-                         "words by MeCab. The costs of mozc.tsv and connection.bin derive from it, so the data "
+                         std::to_string(options.sampleWords) + " words, seed " + std::to_string(options.sampleSeed) +
+                         ") and tagged with IPADIC's words by MeCab. The costs of mozc.tsv and connection.bin derive from it, so the data "
                          "directory as a whole is under its licence, GPL-3+",
                      findLicence({dir / "COPYING", "/usr/share/doc/libkkc-data/copyright"}, "libkkc-data")});
   return ModelText{std::move(model), std::move(text), std::move(report.wordIDs), std::move(logProbability)};

@@ -214,22 +214,22 @@ std::size_t addPhrases(Lexicon& lexicon, const LanguageModel& model, const Tagge
   };
   std::map<std::string, Phrase> phrases;
   std::vector<std::pair<WordEntry, const WordEntry*>> accepted;
+  // A run of nouns alone is a compound (帝国領, 世紀初め): which noun follows
+  // which is theirs alone, so fewer sightings tell it from chance than a run
+  // with a verb or a particle in it needs.
+  const double compoundWordCount = std::min(options.minimumNounRunCount, options.minimumWordCount);
+  const double compoundPairCount = std::min(options.minimumNounRunCount, options.minimumPairCount);
   for (const auto& [key, count] : runs) {
     // Most runs are seen too rarely for any test.
-    if (count < std::min(options.minimumNounRunCount, options.minimumWordCount)) continue;
+    if (count < compoundWordCount) continue;
     std::vector<const WordEntry*> words = {&lexicon.words[static_cast<std::size_t>(entry[key >> (2 * bits)])],
                                            &lexicon.words[static_cast<std::size_t>(entry[(key >> bits) & none])]};
     if ((key & none) != none) words.push_back(&lexicon.words[static_cast<std::size_t>(entry[key & none])]);
-    // A run of nouns alone is a compound (帝国領, 世紀初め): which noun follows
-    // which is theirs alone, so fewer sightings tell it from chance than a run
-    // with a verb or a particle in it needs.
     const bool compound = std::all_of(words.begin(), words.end(), [&](const WordEntry* w) {
       return grammar.names[static_cast<std::size_t>(w->leftID)].starts_with("名詞,");
     });
-    const double wordCount = compound ? std::min(options.minimumNounRunCount, options.minimumWordCount)
-                                      : options.minimumWordCount;
-    const double pairCount = compound ? std::min(options.minimumNounRunCount, options.minimumPairCount)
-                                      : options.minimumPairCount;
+    const double wordCount = compound ? compoundWordCount : options.minimumWordCount;
+    const double pairCount = compound ? compoundPairCount : options.minimumPairCount;
     if (count < wordCount) continue;
     const auto contentWords = std::count_if(words.begin(), words.end(), [&](const WordEntry* w) {
       const std::string_view name = grammar.names[static_cast<std::size_t>(w->leftID)];
