@@ -396,8 +396,10 @@ TEST(RightContextsTest, AWordBeforeNumbersInDigitsLeansOnTheFallBackWord) {
 }
 
 // 雨が降っ and 雨が振っ are the same ids to the class bigram; the run the
-// model stores and the text shows comes in as one word, in each form its
-// last spelling has, only where the words alone convert its reading otherwise.
+// model stores and the text shows comes in as one word only where the words
+// alone convert its reading otherwise: in every form of its verb where it
+// beat a homophone, in each form its last spelling has where it came in by
+// its reading alone.
 TEST(PhrasesTest, RunsTheWordsAloneMisconvertBecomeWords) {
   struct Case {
     std::string what;
@@ -408,8 +410,10 @@ TEST(PhrasesTest, RunsTheWordsAloneMisconvertBecomeWords) {
     std::vector<WordEntry> added;
   };
   const std::vector<WordEntry> rained = {{"あめがふっ", 1, 3, 1000, "雨が降っ"}, {"あめがふっ", 1, 4, 1200, "雨が降っ"}};
+  std::vector<WordEntry> rainedEveryForm = rained;
+  rainedEveryForm.push_back({"あめがふり", 1, 5, 800, "雨が降り"});
   const std::vector<Case> cases = {
-      {"a cheaper homophone, the run seen as often as a counted word", "振っ", 2000, 3, true, rained},
+      {"a cheaper homophone, the run seen as often as a counted word", "振っ", 2000, 3, true, rainedEveryForm},
       {"a cheaper homophone, the run seen less", "振っ", 2000, 2, true, {}},
       {"the words alone already convert so", "振っ", 4000, 6, true, {}},
       {"the model does not store the run", "振っ", 2000, 6, false, {}},
@@ -434,15 +438,23 @@ TEST(PhrasesTest, RunsTheWordsAloneMisconvertBecomeWords) {
                          bigrams, trigrams);
     const LanguageModel model = LanguageModel::load(dir.path());
     Lexicon lexicon;
-    // The verb's two forms share the spelling 降っ.
-    lexicon.grammar.names = {"BOS/EOS,*,*,*,*,*,*", "名詞,一般,*,*,*,*,*", "助詞,格助詞,一般,*,*,*,が",
-                             "動詞,自立,*,*,五段・ラ行,連用タ接続,*", "動詞,自立,*,*,五段・ラ行,連用ゴザイ接続,*"};
-    lexicon.grammar.costs.assign(25, 0);
+    // Two forms of 降る share the spelling 降っ; 降り is its form before ます
+    // and also a form of another verb, 降りる.
+    lexicon.grammar.names = {"BOS/EOS,*,*,*,*,*,*",
+                             "名詞,一般,*,*,*,*,*",
+                             "助詞,格助詞,一般,*,*,*,が",
+                             "動詞,自立,*,*,五段・ラ行,連用タ接続,*",
+                             "動詞,自立,*,*,五段・ラ行,連用ゴザイ接続,*",
+                             "動詞,自立,*,*,五段・ラ行,連用形,*",
+                             "動詞,自立,*,*,一段,連用形,*"};
+    lexicon.grammar.costs.assign(49, 0);
     lexicon.words = {{"あめ", 1, 1, 1000, "雨"},
                      {"が", 2, 2, 100, "が"},
                      {"ふっ", 3, 3, 3000, "降っ"},
                      {"ふっ", 4, 4, 3200, "降っ"},
-                     {"ふっ", 3, 3, c.rivalCost, c.rival}};
+                     {"ふっ", 3, 3, c.rivalCost, c.rival},
+                     {"ふり", 5, 5, 2800, "降り"},
+                     {"ふり", 6, 6, 2500, "降り"}};
     const std::vector<WordEntry> before = lexicon.words;
     const TaggedText text = textOf({{{{"あめ", "雨", 1}, {"が", "が", 2}, {"ふっ", "降っ", 3}}, c.times}});
     EXPECT_EQ(addPhrases(lexicon, model, text, {1, 2, 3}), c.added.size());

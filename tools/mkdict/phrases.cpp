@@ -2,6 +2,7 @@
 #include <cmath>
 #include <limits>
 #include <map>
+#include <set>
 #include <unordered_map>
 
 #include "context.h"
@@ -214,6 +215,7 @@ std::size_t addPhrases(Lexicon& lexicon, const LanguageModel& model, const Tagge
   };
   std::map<std::string, Phrase> phrases;
   std::vector<std::pair<WordEntry, const WordEntry*>> accepted;
+  std::set<std::pair<std::string, std::string>> byHomophone;  // reading and spelling of runs that beat a homophone
   // A run of nouns alone is a compound (帝国領, 世紀初め): which noun follows
   // which is theirs alone, so fewer sightings tell it from chance than a run
   // with a verb or a particle in it needs.
@@ -263,6 +265,7 @@ std::size_t addPhrases(Lexicon& lexicon, const LanguageModel& model, const Tagge
     }
     if (homophone < apart && own < homophone) {
       accepted.push_back({phrase, words.back()});
+      byHomophone.emplace(phrase.reading, phrase.surface);
       continue;
     }
     if (count < pairCount) continue;
@@ -290,20 +293,53 @@ std::size_t addPhrases(Lexicon& lexicon, const LanguageModel& model, const Tagge
   // A run that ends in an inflected form comes in every form its last
   // spelling has (し is both the form before ない and before た): one form
   // alone would turn the others' readings into odd splits (気にし内なら).
+  // A run that won over a homophone comes in every form of its last word
+  // (雨が降っ brings 雨が降り and 雨が降る): the model knows a verb by its
+  // stem, so what the text says of one form it says of them all. A run that
+  // came in because its reading alone converts otherwise says no more than
+  // that of its own spelling (必要の無い is no reason for 必要の無かった).
+  auto formsKey = [&](const WordEntry& w) -> std::optional<std::string> {
+    const std::string_view name = grammar.names[static_cast<std::size_t>(w.leftID)];
+    if (!inflects(name)) return std::nullopt;
+    const auto stem = stemKey(w.reading, w.surface);
+    if (!stem) return std::nullopt;
+    return stem->first + "\t" + stem->second + "\t" + std::string(name.substr(0, nthComma(name, 5)));
+  };
+  std::unordered_map<std::string, std::vector<std::size_t>> forms;  // stem and conjugation type -> entries
+  for (const auto& [word, last] : accepted)
+    if (byHomophone.count({word.reading, word.surface}))
+      if (auto key = formsKey(*last)) forms.try_emplace(std::move(*key));
+  if (!forms.empty())
+    for (std::size_t i = 0; i < lexicon.words.size(); ++i)
+      if (auto key = formsKey(lexicon.words[i]))
+        if (auto it = forms.find(*key); it != forms.end()) it->second.push_back(i);
+
   std::vector<WordEntry> kept;
-  for (const auto& [word, last] : accepted) {
+  for (const auto& run : accepted) {
+    const WordEntry& word = run.first;
+    const WordEntry* last = run.second;
     kept.push_back(word);
+    auto inflected = [&](const WordEntry& form) {
+      WordEntry other = word;
+      other.reading = word.reading.substr(0, word.reading.size() - last->reading.size()) + form.reading;
+      other.surface = word.surface.substr(0, word.surface.size() - last->surface.size()) + form.surface;
+      other.rightID = form.rightID;
+      other.cost = std::max(0, word.cost + form.cost - last->cost);
+      kept.push_back(std::move(other));
+    };
+    if (byHomophone.count({word.reading, word.surface})) {
+      if (auto key = formsKey(*last))
+        for (std::size_t i : forms[*key])
+          if (&lexicon.words[i] != last) inflected(lexicon.words[i]);
+      continue;
+    }
     const std::string_view name = grammar.names[static_cast<std::size_t>(last->leftID)];
     if (!inflects(name)) continue;
     const std::string_view type = name.substr(0, nthComma(name, 5));
     for (std::size_t i : search.entries(last->reading)) {
       const WordEntry& form = lexicon.words[i];
       const std::string_view formName = grammar.names[static_cast<std::size_t>(form.leftID)];
-      if (form.surface != last->surface || form.leftID == last->leftID || !formName.starts_with(type)) continue;
-      WordEntry other = word;
-      other.rightID = form.rightID;
-      other.cost = std::max(0, word.cost + form.cost - last->cost);
-      kept.push_back(other);
+      if (form.surface == last->surface && form.leftID != last->leftID && formName.starts_with(type)) inflected(form);
     }
   }
   std::sort(kept.begin(), kept.end(), [](const WordEntry& a, const WordEntry& b) {
