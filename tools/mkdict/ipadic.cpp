@@ -61,6 +61,20 @@ void readMatrix(const fs::path& file, Grammar& grammar, Diagnostics& diagnostics
   });
 }
 
+// IPADIC has a key struck by mistake after a place name (浮津一番f, read
+// ウキツイチバン): a single Latin letter ending a Japanese spelling that has
+// no other is no part of the word, where a letter that begins one is read
+// (Tシャツ).
+std::string_view withoutStrayLetter(std::string_view surface) {
+  if (surface.size() < 2) return surface;
+  const char last = surface.back();
+  const bool letter = (last >= 'a' && last <= 'z') || (last >= 'A' && last <= 'Z');
+  const std::string_view rest = surface.substr(0, surface.size() - 1);
+  if (!letter || std::any_of(rest.begin(), rest.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; }))
+    return surface;
+  return rest;
+}
+
 }  // namespace
 
 Lexicon readIPADIC(const fs::path& dir, Diagnostics& diagnostics, const Progress& progress) {
@@ -107,7 +121,7 @@ Lexicon readIPADIC(const fs::path& dir, Diagnostics& diagnostics, const Progress
       }
       lexicon.words.push_back({"", static_cast<int32_t>(left), static_cast<int32_t>(right),
                                static_cast<int32_t>(std::clamp<int64_t>(cost, INT32_MIN, INT32_MAX)),
-                               std::string(f[0])});
+                               std::string(withoutStrayLetter(f[0]))});
       readings.append(f[11]);
       readings += '\n';
     }

@@ -44,7 +44,11 @@ TEST(IPADICTest, ReadsWordsIdsAndCostsCountsMalformedLinesRefusesBrokenSources) 
   EXPECT_EQ(findWord(lexicon, "漢字")->reading, "かんじ");
   EXPECT_EQ(findWord(lexicon, "ヴァイオリン")->reading, "ゔぁいおりん");
   EXPECT_EQ(findWord(lexicon, "走る")->cost, 7000);
-  EXPECT_EQ(lexicon.words.size(), 9u);
+  // A stray letter typed after a place name is dropped; a letter that is
+  // read stays.
+  EXPECT_NE(findWord(lexicon, "浮津一番", "うきついちばん"), nullptr);
+  EXPECT_NE(findWord(lexicon, "Tシャツ", "てぃーしゃつ"), nullptr);
+  EXPECT_EQ(lexicon.words.size(), 11u);
 
   // matrix.def: "right left cost"; out-of-range costs clamp to 16 bits.
   EXPECT_EQ(lexicon.grammar.cost(3, 2), 32);
