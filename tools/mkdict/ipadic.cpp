@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <optional>
 
 #include "mkdict.h"
 #include "text/text.h"
@@ -61,18 +62,32 @@ void readMatrix(const fs::path& file, Grammar& grammar, Diagnostics& diagnostics
   });
 }
 
-// IPADIC has a key struck by mistake after a place name (浮津一番f, read
-// ウキツイチバン): a single Latin letter ending a Japanese spelling that has
-// no other is no part of the word, where a letter that begins one is read
-// (Tシャツ).
-std::string_view withoutStrayLetter(std::string_view surface) {
-  if (surface.size() < 2) return surface;
+// A few of IPADIC's spellings carry slips: a space after the word
+// (ルーマニア followed by an ideographic space), a key struck by mistake
+// after a place name (浮津一番f, read ウキツイチバン), or a description of a
+// character the encoding lacks (徐煕[女弟]). Spaces at either end go; a
+// single Latin letter ending a Japanese spelling that has no other goes,
+// where a letter that begins one is read (Tシャツ); a described character
+// cannot be typed, so its word goes (nothing).
+std::optional<std::string_view> cleanSpelling(std::string_view surface) {
+  static constexpr std::string_view ideographicSpace = "\u3000";
+  // A space alone is a word of its own: IPADIC's blank.
+  if (surface == " " || surface == ideographicSpace) return surface;
+  for (bool trimmed = true; trimmed && !surface.empty();) {
+    trimmed = false;
+    for (std::string_view space : {std::string_view(" "), ideographicSpace}) {
+      if (surface.starts_with(space)) surface.remove_prefix(space.size()), trimmed = true;
+      if (surface.ends_with(space)) surface.remove_suffix(space.size()), trimmed = true;
+    }
+  }
+  if (surface.empty() || surface.find('[') != std::string_view::npos) return std::nullopt;
   const char last = surface.back();
   const bool letter = (last >= 'a' && last <= 'z') || (last >= 'A' && last <= 'Z');
   const std::string_view rest = surface.substr(0, surface.size() - 1);
-  if (!letter || std::any_of(rest.begin(), rest.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; }))
-    return surface;
-  return rest;
+  if (letter && !rest.empty() &&
+      std::none_of(rest.begin(), rest.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; }))
+    return rest;
+  return surface;
 }
 
 }  // namespace
@@ -119,9 +134,11 @@ Lexicon readIPADIC(const fs::path& dir, Diagnostics& diagnostics, const Progress
         diagnostics.malformed(label, line);
         continue;
       }
+      const auto surface = cleanSpelling(f[0]);
+      if (!surface) continue;
       lexicon.words.push_back({"", static_cast<int32_t>(left), static_cast<int32_t>(right),
                                static_cast<int32_t>(std::clamp<int64_t>(cost, INT32_MIN, INT32_MAX)),
-                               std::string(withoutStrayLetter(f[0]))});
+                               std::string(*surface)});
       readings.append(f[11]);
       readings += '\n';
     }

@@ -44,11 +44,14 @@ TEST(IPADICTest, ReadsWordsIdsAndCostsCountsMalformedLinesRefusesBrokenSources) 
   EXPECT_EQ(findWord(lexicon, "漢字")->reading, "かんじ");
   EXPECT_EQ(findWord(lexicon, "ヴァイオリン")->reading, "ゔぁいおりん");
   EXPECT_EQ(findWord(lexicon, "走る")->cost, 7000);
-  // A stray letter typed after a place name is dropped; a letter that is
-  // read stays.
+  // Slips in spellings: a stray letter after a place name and a space after
+  // a word go, a letter that is read stays, a described character drops its word.
   EXPECT_NE(findWord(lexicon, "浮津一番", "うきついちばん"), nullptr);
+  EXPECT_NE(findWord(lexicon, "ルーマニア", "るーまにあ"), nullptr);
   EXPECT_NE(findWord(lexicon, "Tシャツ", "てぃーしゃつ"), nullptr);
-  EXPECT_EQ(lexicon.words.size(), 11u);
+  EXPECT_TRUE(std::none_of(lexicon.words.begin(), lexicon.words.end(),
+                           [](const WordEntry& w) { return w.reading == "すーしーでぃ"; }));
+  EXPECT_EQ(lexicon.words.size(), 12u);
 
   // matrix.def: "right left cost"; out-of-range costs clamp to 16 bits.
   EXPECT_EQ(lexicon.grammar.cost(3, 2), 32);
