@@ -119,7 +119,8 @@ Sources (each optional; at least one must give words):
                   a person's (フランス領), costed from the text; where
                   the ids would spell a word of the run with a cheaper
                   homophone (雨が振っ for 雨が降っ) and the run costs less,
-                  seen at least --lm-min-word times; where the run's
+                  seen at least --lm-min-word times, in every form of its
+                  last verb or adjective (雨が降り, 雨が降る); where the run's
                   reading alone would convert to something else and the
                   run costs less, seen at least --lm-min-pair times.
   --lm-min-compound N
