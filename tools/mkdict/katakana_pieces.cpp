@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <cmath>
+#include <map>
 
 #include "mkdict.h"
 #include "text/text.h"
@@ -16,6 +18,55 @@ std::string katakanaOf(std::u32string_view hiragana) {
   for (char32_t& c : out)
     if (c >= U'ぁ' && c <= U'ゖ') c += 0x60;
   return text::fromScalars(out);
+}
+
+// How often each syllable begins the list's katakana words and how often it
+// goes on in them, and the mean log share a syllable has where it occurs.
+struct SyllableShares {
+  std::map<std::u32string, double> counts;
+  double total = 0;
+  double meanLog = 0;
+  std::size_t inventory = 1;  // syllables that can occur, for smoothing
+
+  double logShare(const std::u32string& syllable) const {
+    const auto it = counts.find(syllable);
+    return std::log(((it == counts.end() ? 0 : it->second) + 1) / (total + static_cast<double>(inventory)));
+  }
+};
+
+// Cuts a reading into syllables: a letter and the small vowel after it.
+std::vector<std::u32string> syllablesOf(std::u32string_view reading) {
+  std::vector<std::u32string> out;
+  for (std::size_t i = 0; i < reading.size();) {
+    const bool pair = i + 1 < reading.size() && smallVowels.find(reading[i + 1]) != std::u32string_view::npos &&
+                      trailingOnly.find(reading[i]) == std::u32string_view::npos;
+    out.emplace_back(reading.substr(i, pair ? 2 : 1));
+    i += pair ? 2 : 1;
+  }
+  return out;
+}
+
+std::pair<SyllableShares, SyllableShares> katakanaSyllableShares(const std::vector<WordEntry>& words,
+                                                                 std::size_t inventory) {
+  SyllableShares starts, goesOn;
+  for (const auto& word : words) {
+    if (!allKatakana(word.surface)) continue;
+    const auto reading = text::scalars(word.reading);
+    if (reading.empty() || trailingOnly.find(reading[0]) != std::u32string_view::npos ||
+        !std::all_of(reading.begin(), reading.end(), [](char32_t c) { return (c >= U'ぁ' && c <= U'ゔ') || c == U'ー'; }))
+      continue;
+    const auto syllables = syllablesOf(reading);
+    for (std::size_t i = 0; i < syllables.size(); ++i) {
+      SyllableShares& shares = i == 0 ? starts : goesOn;
+      shares.counts[syllables[i]] += 1;
+      shares.total += 1;
+    }
+  }
+  for (SyllableShares* shares : {&starts, &goesOn}) {
+    shares->inventory = inventory;
+    for (const auto& [syllable, count] : shares->counts) shares->meanLog += count / shares->total * shares->logShare(syllable);
+  }
+  return {std::move(starts), std::move(goesOn)};
 }
 
 }  // namespace
@@ -75,10 +126,19 @@ std::size_t addKatakanaPieces(Lexicon& lexicon, const KatakanaPieceCosts& costs)
     lexicon.words.push_back(
         {text::fromScalars(reading), static_cast<int32_t>(id), static_cast<int32_t>(id), cost, katakanaOf(reading)});
   };
+  // A name no list has is most likely spelled the way loanwords are: a
+  // syllable's cost moves by how much more or less often than the average
+  // syllable the list's katakana words begin with it or go on with it (ン and
+  // ル go on words often, ハ and ガ seldom, which leaves them to は and が).
+  const auto [starts, goesOn] = katakanaSyllableShares(lexicon.words, syllables.size());
+  auto shaped = [&](const SyllableShares& shares, const std::u32string& syllable, int32_t cost) {
+    if (shares.total <= 0) return cost;
+    return static_cast<int32_t>(std::lround(cost - costs.perLogShare * (shares.logShare(syllable) - shares.meanLog)));
+  };
   const std::size_t before = lexicon.words.size();
   for (const auto& s : syllables) {
-    if (trailingOnly.find(s[0]) == std::u32string_view::npos) add(s, first, costs.first);
-    add(s, next, s == U"ー" ? costs.longVowel : costs.next);
+    if (trailingOnly.find(s[0]) == std::u32string_view::npos) add(s, first, shaped(starts, s, costs.first));
+    add(s, next, s == U"ー" ? costs.longVowel : shaped(goesOn, s, costs.next));
   }
   return lexicon.words.size() - before;
 }

@@ -329,6 +329,10 @@ struct KatakanaPieceCosts {
   int32_t first = 6000;
   int32_t next = 4000;
   int32_t longVowel = 2000;  // ー: hardly ever typed but in a loanword
+  // Cost per unit of natural log that a syllable's share of the list's
+  // katakana words moves it from the costs above (a quarter of the
+  // model's scale).
+  double perLogShare = 212.5;
 };
 // Returns how many words were added (none when the grammar has no proper nouns).
 std::size_t addKatakanaPieces(Lexicon& lexicon, const KatakanaPieceCosts& costs = {});

@@ -208,6 +208,30 @@ TEST(KatakanaPiecesTest, SyllablesSpellUnknownLoanwordsInOneClauseConnectingAsAP
   EXPECT_EQ(without.grammar.size(), 2);
 }
 
+// A syllable the list's katakana words go on with often costs less as a
+// piece than one they seldom use there, and on average the pieces cost
+// what they were given.
+TEST(KatakanaPiecesTest, SyllablesCostByHowOftenLoanwordsUseThem) {
+  Lexicon lexicon;
+  lexicon.grammar.names = {"BOS/EOS,*,*,*,*,*,*", std::string(katakanaPieceBaseName), ""};
+  lexicon.grammar.costs.assign(9, 0);
+  for (const auto& [reading, surface] : {std::pair{"ぱん", "パン"}, {"らん", "ラン"}, {"さん", "サン"}, {"はむ", "ハム"}})
+    lexicon.words.push_back({reading, 1, 1, 5000, surface});
+  addKatakanaPieces(lexicon, {6000, 4000, 2000, 850});
+  const int32_t firstID = findWord(lexicon, "ペ", "ぺ")->leftID;
+  auto piece = [&](std::string_view reading, bool first) {
+    for (const auto& w : lexicon.words)
+      if (w.reading == reading && (w.leftID == firstID) == first && !(w.leftID == 1)) return w.cost;
+    ADD_FAILURE() << reading;
+    return 0;
+  };
+  EXPECT_LT(piece("ん", false), piece("む", false));
+  EXPECT_LT(piece("む", false), piece("は", false)) << "は never goes on a word here";
+  EXPECT_LT(piece("は", true), piece("ひ", true));
+  EXPECT_NEAR((3 * piece("ん", false) + piece("む", false)) / 4.0, 4000, 1);
+  EXPECT_EQ(piece("ー", false), 2000);
+}
+
 TEST(WordListTest, SortsWholeLinesByUnsignedBytesAndDropsRepeats) {
   const std::vector<WordEntry> words = {
       {"かなa", 1, 1, 10, "X"}, {"かな", 2, 2, 5, "仮名"}, {"か", 1, 1, 3, "蚊"},
