@@ -221,10 +221,14 @@ as they are). Each is a general rule, deterministic, named for --without:
                      model's), added after everything else: every kana
                      syllable (ぺ, ゔぁ, ー) is also a word of its katakana
                      (ペ, ヴァ, ー):
-                     the first of a word costs 6000, on an id that connects
-                     as 名詞,固有名詞,地域,一般 does (most such words are
-                     names of places and peoples), the others 4000 (ー 2000)
-                     on an attached id that only follows these two. A
+                     the first of a word costs about 6000, on an id that
+                     connects as 名詞,固有名詞,地域,一般 does (most such
+                     words are names of places and peoples), the others
+                     about 4000 (ー 2000) on an attached id that only
+                     follows these two; each syllable's cost moves by how
+                     much more or less often than the average one the
+                     list's katakana words begin or go on with it (ン less,
+                     ハ more, which leaves は to the particle). A
                      loanword or foreign name that no list has comes out in
                      katakana (ペラスゴイ人, not ペラ|すごい|ジン) where
                      common words do not spell its reading for less.
