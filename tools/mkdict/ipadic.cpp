@@ -73,11 +73,17 @@ std::optional<std::string_view> cleanSpelling(std::string_view surface) {
   static constexpr std::string_view ideographicSpace = "\u3000";
   // A space alone is a word of its own: IPADIC's blank.
   if (surface == " " || surface == ideographicSpace) return surface;
-  for (bool trimmed = true; trimmed && !surface.empty();) {
+  for (bool trimmed = true; trimmed;) {
     trimmed = false;
     for (std::string_view space : {std::string_view(" "), ideographicSpace}) {
-      if (surface.starts_with(space)) surface.remove_prefix(space.size()), trimmed = true;
-      if (surface.ends_with(space)) surface.remove_suffix(space.size()), trimmed = true;
+      if (surface.starts_with(space)) {
+        surface.remove_prefix(space.size());
+        trimmed = true;
+      }
+      if (surface.ends_with(space)) {
+        surface.remove_suffix(space.size());
+        trimmed = true;
+      }
     }
   }
   if (surface.empty() || surface.find('[') != std::string_view::npos) return std::nullopt;

@@ -221,7 +221,7 @@ TEST(KatakanaPiecesTest, SyllablesCostByHowOftenLoanwordsUseThem) {
   const int32_t firstID = findWord(lexicon, "ペ", "ぺ")->leftID;
   auto piece = [&](std::string_view reading, bool first) {
     for (const auto& w : lexicon.words)
-      if (w.reading == reading && (w.leftID == firstID) == first && !(w.leftID == 1)) return w.cost;
+      if (w.reading == reading && w.leftID != 1 && (w.leftID == firstID) == first) return w.cost;
     ADD_FAILURE() << reading;
     return 0;
   };
